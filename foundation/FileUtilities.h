@@ -1,0 +1,25 @@
+// Copying and renaming files and directories, and a few small helpers.
+#ifndef BRAMBLEKIT_FOUNDATION_FILEUTILITIES_H_
+#define BRAMBLEKIT_FOUNDATION_FILEUTILITIES_H_
+
+#include <string>
+
+// The file's size in bytes; 0 when it is absent or empty.
+long Util_fileSize(const char* path);
+// Copies a file and checks the copy's size against the source's.  With
+// overwrite false an existing destination is still truncated; the flag only
+// decides whether it is removed first.
+bool Util_fileCopy(const char* source, const char* destination, bool overwrite);
+// Renames with three retries 500 ms apart for a busy file; after the fourth
+// failure throws the const char* "Can not rename the file after 3 tries".
+bool Util_fileRename(const char* source, const char* destination);
+// Copies a tree of regular files; links and other kinds are skipped.
+bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite);
+// Replaces a heap text by a copy of at most `length` bytes of `source`.
+char* Util_replaceCharString(char** target, const char* source, unsigned long length);
+// Free space of the path's file system as "%.2f Mb", or NULL; the caller frees.
+char* g_get_free_space(char* path);
+// The number the results key's pass phrase is derived from.
+int Util_getNumber();
+
+#endif  // BRAMBLEKIT_FOUNDATION_FILEUTILITIES_H_

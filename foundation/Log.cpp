@@ -1,0 +1,121 @@
+#include "foundation/Log.h"
+
+#include <stdio.h>
+#include <time.h>
+
+#include <iomanip>
+#include <iostream>
+
+#include "foundation/Mutexes.h"
+
+CBKLog* oneLog = nullptr;
+
+CBKLog::CBKLog(const std::string& fileName) : fileName_(fileName), stream_(nullptr) {
+  setupFileStream();
+}
+
+CBKLog::~CBKLog() {
+  try {
+    write("Logging service closing down");
+    if (stream_ != nullptr) {
+      stream_->close();
+      delete stream_;
+      stream_ = nullptr;
+    }
+  } catch (...) {
+    std::cout << "ERROR writing or closing log stream in CBKLog destructor!" << std::endl;
+  }
+}
+
+void CBKLog::setupFileStream() {
+  if (fileName_.empty()) {
+    std::cout << "ERROR: empty Log File name!" << std::endl;
+    return;
+  }
+  if (stream_ != nullptr) {
+    write("Attempt to re-init the log");
+    return;
+  }
+  stream_ = new std::ofstream(fileName_.c_str(), std::ios::out | std::ios::app | std::ios::ate);
+  if (!stream_->is_open()) {
+    // The stream stays in place, unopened: from here on lines are dropped.
+    std::cout << "ERROR opening filestream for Bramblekit log output!!" << std::endl;
+    return;
+  }
+  std::string header = "\n\n\n\n\n\n" + Util_makeTimestamp(0) + ": Bramblekit-U library v-" +
+                       bk::kLibraryVersion + " log starting\n";
+  write(header.c_str());
+}
+
+void CBKLog::write(const char* text) {
+  if (stream_ == nullptr || !stream_->is_open()) return;
+  *stream_ << text;
+  stream_->flush();
+}
+
+void CBKLog::write(const std::stringstream* text) { write(text->str().c_str()); }
+
+// The first log line of the process comes from the application's thread,
+// before any background thread exists, so creation needs no lock.
+CBKLog* getLog() {
+  if (oneLog == nullptr) oneLog = new CBKLog(bramblekitLogFilePath);
+  return oneLog;
+}
+
+void destroyLog() {
+  delete oneLog;
+  oneLog = nullptr;
+}
+
+int timeofday_unique(struct timeval* tv, struct timezone* tz) {
+  static long lastSeconds = 0;
+  static long lastMicroseconds = 0;
+  static long offset = 1;
+  int rc = gettimeofday(tv, tz);
+  MutexGuard guard(&mutex_lock_timeofday);
+  if (tv->tv_sec == lastSeconds && tv->tv_usec == lastMicroseconds) {
+    tv->tv_usec += offset;
+    offset++;
+  } else {
+    lastSeconds = tv->tv_sec;
+    lastMicroseconds = tv->tv_usec;
+    offset = 1;
+  }
+  return rc;
+}
+
+static std::string formatLocalTime(long when, const char* format) {
+  time_t t = when == 0 ? time(nullptr) : static_cast<time_t>(when);
+  struct tm local;
+  localtime_r(&t, &local);
+  char buffer[32];
+  if (strftime(buffer, sizeof(buffer), format, &local) == 0) return "";
+  return buffer;
+}
+
+std::string Util_makeTimestamp(long when) {
+  std::string stamp = formatLocalTime(when, "%Y%m%d-%H%M%S");
+  // The fraction comes from a separate reading of the clock, also for an
+  // explicit time: it is what makes the stamp unique.
+  struct timeval tv;
+  timeofday_unique(&tv, nullptr);
+  std::ostringstream out;
+  out << stamp << "." << std::setw(6) << std::setfill('0') << tv.tv_usec;
+  return out.str();
+}
+
+std::string Util_makeTimestamp2(long when) { return formatLocalTime(when, "%Y-%m-%d %H:%M:%S"); }
+
+void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text) {
+  std::stringstream line;
+  line << Util_makeTimestamp(0) << ": [" << uid << " - " << function << "]: " << text << "\n";
+  getLog()->write(&line);
+}
+
+void bkLogErrorLine(const char* file, int lineNumber, const char* function,
+                    const std::string& text) {
+  std::stringstream line;
+  line << Util_makeTimestamp(0) << ": " << file << "(" << lineNumber << ") " << function
+       << ": ERROR: " << text << "\n";
+  getLog()->write(&line);
+}

@@ -1,0 +1,64 @@
+// The one process-wide log, /vault/Bramblekit.log.  Lines are composed whole
+// by the caller and written with one insertion and a flush, so lines of
+// several sessions and threads interleave but never mix.
+#ifndef BRAMBLEKIT_FOUNDATION_LOG_H_
+#define BRAMBLEKIT_FOUNDATION_LOG_H_
+
+#include <sys/time.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "foundation/Constants.h"
+
+class CBKLog {
+ public:
+  explicit CBKLog(const std::string& fileName);
+  ~CBKLog();
+  CBKLog(const CBKLog&) = delete;
+  CBKLog& operator=(const CBKLog&) = delete;
+
+  void setupFileStream();
+  void write(const char* text);
+  void write(const std::stringstream* text);
+
+ private:
+  std::string fileName_;
+  std::ofstream* stream_;
+};
+
+extern CBKLog* oneLog;
+
+// The process-wide log, created by the first call.
+CBKLog* getLog();
+// Destroys the log object at unload; nothing may log afterwards.
+void destroyLog();
+
+// Like gettimeofday, but never gives the same reading twice in a row.
+int timeofday_unique(struct timeval* tv, struct timezone* tz);
+// "%Y%m%d-%H%M%S" and ".uuuuuu": unique within the process.  0 means now.
+std::string Util_makeTimestamp(long when);
+// "%Y-%m-%d %H:%M:%S", the form of times in the results document.
+std::string Util_makeTimestamp2(long when);
+
+// The two shapes of a log line.
+void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text);
+void bkLogErrorLine(const char* file, int line, const char* function, const std::string& text);
+
+// Stream-style helpers: BK_LOG(uid, "a" << b) and BK_LOG_ERROR("a" << b).
+#define BK_LOG(uid, expr)                                        \
+  do {                                                           \
+    std::ostringstream bk_log_text_;                             \
+    bk_log_text_ << expr;                                        \
+    bkLogSessionLine((uid), __FUNCTION__, bk_log_text_.str());   \
+  } while (0)
+
+#define BK_LOG_ERROR(expr)                                                  \
+  do {                                                                      \
+    std::ostringstream bk_log_text_;                                        \
+    bk_log_text_ << expr;                                                   \
+    bkLogErrorLine(__FILE__, __LINE__, __FUNCTION__, bk_log_text_.str());   \
+  } while (0)
+
+#endif  // BRAMBLEKIT_FOUNDATION_LOG_H_

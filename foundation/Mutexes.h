@@ -1,0 +1,39 @@
+// The library's process-wide locks.  mutex_lock_timeofday is the innermost:
+// every log line takes it for its time stamp, whatever else is held.
+#ifndef BRAMBLEKIT_FOUNDATION_MUTEXES_H_
+#define BRAMBLEKIT_FOUNDATION_MUTEXES_H_
+
+#include <pthread.h>
+
+extern pthread_mutex_t mutex1;     // the unit check's response file against CUUT::done
+extern pthread_mutex_t mutexSig;   // signing and digest state
+extern pthread_mutex_t mutexSHA1;  // reserved
+extern pthread_mutex_t mutexInit;  // reserved
+extern pthread_mutex_t mutex_lock_configfile;
+extern pthread_mutex_t mutex_lock_timeofday;
+extern pthread_mutex_t mutex_lock_rotate;
+
+int MUTEX_INIT(pthread_mutex_t* mutex);
+int MUTEX_LOCK(pthread_mutex_t* mutex);
+int MUTEX_UNLOCK(pthread_mutex_t* mutex);
+// One-time set-up of the three dynamically initialised locks; run by the
+// first BK_UUTStart.
+int MUTEX_THREAD_INIT();
+
+void mutex_init_cbkconfigfile();
+void mutex_init_timeofday();
+void mutex_init_rotatelogs();
+
+// Holds a lock for a scope.
+class MutexGuard {
+ public:
+  explicit MutexGuard(pthread_mutex_t* mutex) : mutex_(mutex) { MUTEX_LOCK(mutex_); }
+  ~MutexGuard() { MUTEX_UNLOCK(mutex_); }
+  MutexGuard(const MutexGuard&) = delete;
+  MutexGuard& operator=(const MutexGuard&) = delete;
+
+ private:
+  pthread_mutex_t* mutex_;
+};
+
+#endif  // BRAMBLEKIT_FOUNDATION_MUTEXES_H_

@@ -1,0 +1,9 @@
+#include "interface/EntryFrame.h"
+
+void bkRejectNullArgument(CBKReply* reply, const char* name, const char* file, int line,
+                          const char* function) {
+  std::string text = std::string("NULL ") + name + " handle passed as a parameter";
+  reply->setData(text);
+  reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+  bkLogErrorLine(file, line, function, text);
+}

@@ -1,0 +1,29 @@
+// The object behind every BKReplyHandle: one status word and an optional text.
+#ifndef BRAMBLEKIT_INTERFACE_REPLY_H_
+#define BRAMBLEKIT_INTERFACE_REPLY_H_
+
+#include <stddef.h>
+
+#include <string>
+
+class CBKReply {
+ public:
+  CBKReply();
+  CBKReply(const CBKReply& other);
+  CBKReply& operator=(const CBKReply& other);
+  ~CBKReply();
+
+  unsigned getStatus() const { return status; }
+  void setStatus(unsigned newStatus) { status = newStatus; }
+  // The text, or "" (with a note on standard output) when none was set.
+  const char* getData();
+  bool hasData() const { return data != nullptr; }
+  void setData(const std::string& text);
+
+ private:
+  size_t size;
+  unsigned status;
+  char* data;
+};
+
+#endif  // BRAMBLEKIT_INTERFACE_REPLY_H_

@@ -1,0 +1,41 @@
+// Reply accessors and the version: the part of the boundary that needs no
+// session.
+#include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
+
+const char* BK_getVersion(void) { return bk::kLibraryVersion; }
+
+// A NULL reply is answered as a failure rather than read through.
+bool BK_success(BKReplyHandle reply) {
+  if (reply == nullptr) return false;
+  return static_cast<int>(static_cast<CBKReply*>(reply)->getStatus()) >= 0;
+}
+
+// The class is read from bit 26 although it is stored from bit 20: stations
+// compare against what this has always answered (0, or 32 for a failure).
+unsigned BK_reply_getClass(BKReplyHandle reply) {
+  if (reply == nullptr) return 0;
+  return static_cast<CBKReply*>(reply)->getStatus() >> 26;
+}
+
+bool BK_reply_isOfClass(BKReplyHandle reply, unsigned msgClass) {
+  if (reply == nullptr) return false;
+  return BK_reply_getClass(reply) == msgClass;
+}
+
+unsigned BK_reply_getMessageID(BKReplyHandle reply) {
+  if (reply == nullptr) return 0xffffffffu;
+  return static_cast<CBKReply*>(reply)->getStatus() & 0xffu;
+}
+
+const char* BK_reply_getError(BKReplyHandle reply) {
+  if (reply == nullptr) {
+    BK_LOG_ERROR("NULL reply passed to BK_reply_getError!");
+    return "";
+  }
+  return static_cast<CBKReply*>(reply)->getData();
+}
+
+const char* BK_reply_getJsonData(BKReplyHandle reply) { return BK_reply_getError(reply); }
+
+void BK_reply_destroy(BKReplyHandle reply) { delete static_cast<CBKReply*>(reply); }

@@ -1,0 +1,55 @@
+// Opening, cancelling and freeing a session.
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/LogHousekeeping.h"
+#include "foundation/Mutexes.h"
+#include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
+#include "session/UUT.h"
+
+#include <unistd.h>
+
+BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
+  MUTEX_THREAD_INIT();
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, outHandle, "UUTHandle");
+  std::string infoFile = std::string(vaultStationConfigPath) + ksinfo;
+  std::string healthFile = std::string(vaultStationConfigPath) + stationHealthCheck;
+  if (!Util_fileExists(infoFile.c_str()) || !Util_fileExists(healthFile.c_str())) {
+    *outHandle = nullptr;
+    std::string text =
+        "From BK_UUTStart: Could not create a new CUUT object because ks_station_info.json or "
+        "station_health_check.json file does not exist";
+    reply->setData(text);
+    // Set directly: the fail policy lives in the very file that may be missing.
+    reply->setStatus(kStatusFailBit);
+    BK_LOG_ERROR(text);
+    return reply;
+  }
+  CUUT* uut = new CUUT();
+  *outHandle = uut;
+  writeBramblekitVersionToFile();
+  // Logged only now, since the line carries the new session's UID.
+  BK_LOG_ENTRY(uut->getUID());
+  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  BK_LOG_EXIT(uut->getUID());
+  return reply;
+}
+
+BKReplyHandle BK_UUTCancel(UUTHandle handle) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  delete reply;
+  CBKReply* cancelled = uut->cancel();
+  BK_LOG_EXIT(uut->getUID());
+  return cancelled;
+}
+
+void BK_UID_destroy(UUTHandle handle) {
+  Util_rotateLog(bramblekitLogFileNameWithPath);
+  Util_deleteLogs(vaultRootPath);
+  unlink(sfcstatusfilepath);
+  delete static_cast<CUUT*>(handle);
+}

@@ -1,0 +1,77 @@
+// Explicit session times, the finished document, and the two checks that
+// were never implemented.
+#include <time.h>
+
+#include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
+#include "session/UUT.h"
+
+static std::string formatLocal(time_t when) {
+  struct tm local;
+  localtime_r(&when, &local);
+  char text[32];
+  strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+  return text;
+}
+
+BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "UUT");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  if (!uut->createSpecificStartTime(when)) {
+    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM,
+                  "Failed to create a manual start timestamp");
+  } else {
+    BK_LOG(uut->getUID(), "explicitly setting start time in uut_start : " << formatLocal(when));
+  }
+  BK_LOG_EXIT(uut->getUID());
+  return reply;
+}
+
+BKReplyHandle BK_setStopTime(UUTHandle handle, time_t when) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "UUT");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  if (!uut->createSpecificStopTime(when)) {
+    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM,
+                  "Failed to create a manual stop timestamp");
+  } else {
+    BK_LOG(uut->getUID(), "explicitly setting stop time in uut_stop : " << formatLocal(when));
+  }
+  BK_LOG_EXIT(uut->getUID());
+  return reply;
+}
+
+BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "uutHandle");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  delete reply;
+  CBKReply* document = uut->getJsonResultsObj();
+  BK_LOG_EXIT(uut->getUID());
+  return document;
+}
+
+BKReplyHandle BK_isStationOK(char* stationIdentifier) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, stationIdentifier, "stationIdentifier");
+  BK_LOG_ENTRY(kBlankUID);
+  BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED,
+                "isStationOK API not implemented");
+  BK_LOG_EXIT(kBlankUID);
+  return reply;
+}
+
+BKReplyHandle BK_isUUTOK(UUTHandle handle) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED,
+                "isUUTOK API unimplemented");
+  BK_LOG_EXIT(uut->getUID());
+  return reply;
+}

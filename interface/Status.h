@@ -1,0 +1,30 @@
+// Status words and the station's fail policy.
+//
+// A status word is (fail << 31) | (class << 20) | message.  Whether a fault
+// becomes a real failure is the station's choice, kept in the "lifeline"
+// object of its station info file: 1 ACTIVE, 0 PASSIVE, anything else OFF.
+#ifndef BRAMBLEKIT_INTERFACE_STATUS_H_
+#define BRAMBLEKIT_INTERFACE_STATUS_H_
+
+#include <string>
+
+#include "interface/Bramblekit.h"
+
+// Names of the classes, found at index count-of-trailing-zeros(class) + 1
+// (class 0 at index 0).
+extern const char* const BKMessageClassNames[33];
+// Names of the messages, by number; they are also the keys of "lifeline".
+// Entry 31 runs two words together: station files use that long key.
+extern const char* const BKMessageNumberNames[36];
+extern const char* const BKMessageClassStrings[33];
+extern const char* const BKMessageNumberStrings[36];
+
+// The class name for a class value, by the trailing-zeros rule.
+const char* bkClassName(unsigned msgClass);
+// The message name, or "" outside the table.
+const char* bkMessageName(unsigned message);
+
+// The fail bit: 0x80000000.
+inline constexpr unsigned kStatusFailBit = 1u << 31;
+
+#endif  // BRAMBLEKIT_INTERFACE_STATUS_H_

@@ -1,0 +1,215 @@
+#include "session/UUT.h"
+
+#include <time.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/Log.h"
+#include "foundation/OutputFile.h"
+#include "foundation/StationFiles.h"
+#include "interface/Status.h"
+
+const char* const state_names[5] = {"open", "done", "popping", "did", "commit"};
+
+CUUT::CUUT()
+    : state(UUT_STATE_OPEN),
+      rootJson(Json::objectValue),
+      testFailures(0),
+      testPasses(0),
+      testNAs(0),
+      notSentCount(0),
+      retentionPolicy(30),
+      timeWhenSFCThreadCreated(-1),
+      sfcUnitThread(),
+      sfcUnitThreadState(std::make_shared<SFCThreadState>()),
+      submittedCounts{0, 0, 0, 0, 0, 0},
+      attributeSerialNumberCreated(false),
+      attributeLimitsVersionCreated(false),
+      attributeSoftwareNameCreated(false),
+      attributeSoftwareVersionCreated(false),
+      attributeStationIdentifierCreated(false),
+      attributeSubStationIdentifierCreated(false),
+      sfcQueryUnitThreadCreated(false),
+      pendingFailure(false),
+      pendingFailureActive(false),
+      useStateSuffix(true),
+      stopTimeSet(false),
+      startTimeSet(false) {
+  create();
+  clearAllSubmittedCounts();
+}
+
+CUUT::~CUUT() {}
+
+bool CUUT::create() {
+  try {
+    state = UUT_STATE_OPEN;
+    UID = "";
+    do {
+      UID = Util_makeTimestamp(0) + "-" + newUUID();
+      BK_LOG(UID, "UID = " << UID);
+      uutPath = getPath();
+      BK_LOG(UID, "Trying UID dir '" << uutPath << "'");
+    } while (Util_fileExists(uutPath.c_str()));
+    uutPath = getPath();
+
+    // The station info file is read here and nowhere else in a session: the
+    // settings of its start hold for the whole session.
+    getKSInfo()->refresh();
+    getSHCheck()->refresh();
+
+    BK_LOG(UID, "Creating dir: " << uutPath);
+    Util_createDirectories(uutPath.c_str());
+
+    if (!startTimeSet) createTimestampFile(state);
+
+    pdataNotSent = Json::Value(Json::arrayValue);
+    rootJson["blobs"] = Json::Value(Json::arrayValue);
+    rootJson["results"] = Json::Value(Json::arrayValue);
+
+    CBKKSInfo* info = getKSInfo();
+    Json::Value& station = rootJson["test_station_attributes"];
+    station["bk_version"] = bk::kLibraryVersion;
+    station["station_id"] = info->getValueFor("ksinfo", "STATION_ID");
+    station["mac_addr"] = info->getValueFor("ksinfo", "MAC");
+    station["station_name"] = info->getValueFor("ksinfo", "STATION_TYPE");
+    pdataNotSent = info->getValueFor("ksinfo", "PDATA_TO_SEND_TO_TRAX");
+    rootJson["test_attributes"]["pdata_not_sent_to_trax"] = pdataNotSent;
+    rootJson["test_attributes"]["signature_version"] =
+        info->getValueFor("ksinfo", "SIGNATURE_VERSION");
+
+    if (pdataNotSent.size() != 0) {
+      BK_LOG(UID, "pdata not sent to TRAX of priority type " << pdataNotSent.toStyledString());
+    }
+    return true;
+  } catch (...) {
+    BK_LOG_ERROR("From CUUT::create() unknown exception.");
+    return false;
+  }
+}
+
+std::string CUUT::getBasePath() { return vaultuutdataPath + UID; }
+
+std::string CUUT::getPath(UUTState s) {
+  static const char* const kSuffixes[5] = {"", ".done", ".popping", ".did", ".commit"};
+  std::string path = getBasePath();
+  if (useStateSuffix) {
+    path += static_cast<unsigned>(s) < 5 ? kSuffixes[s] : ".BAD_UUT_STATE";
+  } else if (s == UUT_STATE_COMMIT) {
+    path += ".commit";
+  }
+  return path + platformPathSeparator;
+}
+
+std::string CUUT::getPath() { return getPath(state); }
+
+bool CUUT::isUIDValid() { return Util_directoryExists(getPath().c_str()); }
+
+void CUUT::createTimestampFile(int s) {
+  if (s == -1) s = static_cast<int>(state);
+  time_t now = time(nullptr);
+  struct tm local;
+  localtime_r(&now, &local);
+  char text[32];
+  strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+  if (s == UUT_STATE_OPEN) {
+    rootJson["test_attributes"][uut_startTime] = text;
+  } else if (s == UUT_STATE_DONE) {
+    rootJson["test_attributes"][uut_stopTime] = text;
+  }
+  BK_LOG(UID, text);
+}
+
+void CUUT::createTimestampFileSpecific(long t, std::string name) {
+  std::string path = getPath() + name;
+  std::string text = Util_makeTimestamp2(t);
+  std::ofstream* out = COutputFile::open(path);
+  if (out->is_open()) *out << text;
+  out->close();
+  delete out;
+  unlink(path.c_str());
+  rootJson["test_attributes"][name] = text;
+}
+
+bool CUUT::createSpecificStartTime(long t) {
+  std::string text = Util_makeTimestamp2(t);
+  if (text.empty()) return false;
+  rootJson["test_attributes"][uut_startTime] = text;
+  startTimeSet = true;
+  return true;
+}
+
+bool CUUT::createSpecificStopTime(long t) {
+  std::string text = Util_makeTimestamp2(t);
+  if (text.empty()) return false;
+  rootJson["test_attributes"][uut_stopTime] = text;
+  stopTimeSet = true;
+  return true;
+}
+
+CBKReply* CUUT::cancel() {
+  CBKReply* reply = new CBKReply();
+  time_t started = time(nullptr);
+  std::string path = getPath();
+  bool deleted = false;
+  for (;;) {
+    try {
+      deleted = Util_deletDirectory(path.c_str()) == 0;
+    } catch (const std::exception& e) {
+      BK_LOG(UID, "cancel" << " runtime exception." << e.what());
+    }
+    if (deleted) break;
+    Util_sleep(100);
+    if (time(nullptr) - started > 4) break;
+  }
+  if (deleted) {
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    BK_LOG(UID, "Canceled UUT at '" << path << "'");
+  } else {
+    std::string text = "Could not delete the temporary UUT directory '" + path + "'";
+    reply->setData(text);
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+    BK_LOG_ERROR(text);
+  }
+  return reply;
+}
+
+CBKReply* CUUT::getSerialNumber(std::string& out) {
+  CBKReply* reply = new CBKReply();
+  if (serialNumber.empty()) {
+    reply->setStatus(
+        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_NO_ATTRIBUTE));
+    return reply;
+  }
+  out = serialNumber;
+  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  return reply;
+}
+
+void CUUT::clearAllSubmittedCounts() {
+  for (uint32_t& count : submittedCounts) count = 0;
+}
+
+void writeBramblekitVersionToFile() {
+  bool written = false;
+  try {
+    std::ofstream out(bramblekitVersionFile, std::ios::out | std::ios::trunc);
+    if (out.is_open()) {
+      out << bk::kLibraryVersion;
+      out.flush();
+      written = out.good();
+      out.close();
+    }
+  } catch (...) {
+    BK_LOG_ERROR("ERROR: Unknown while trying to write Bramblekit version into a file");
+  }
+  if (!written) BK_LOG_ERROR("ERROR: opening filestream for Bramblekit version string output!!");
+}
+
+std::string bkUIDOf(const void* handle) {
+  if (handle == nullptr) return kBlankUID;
+  return static_cast<const CUUT*>(handle)->getUID();
+}
