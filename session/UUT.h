@@ -96,7 +96,8 @@ class CUUT {
   bool validateVersion(void* passedInReply, std::string version);
 
   // --- Station checks (station/) ---
-  bool checkAMIOK(std::string serialNumber);
+  // Runs the station checks in order; the caller owns the reply.
+  CBKReply* checkAMIOK(std::string serialNumber);
 
   // --- Shop-floor queries (sfc/) ---
   bool SFC_QueryRecordUnitCheck(std::string serialNumber);
