@@ -67,20 +67,23 @@ void destroyLog() {
   oneLog = nullptr;
 }
 
+// Readings that are not later than the last one given out are moved just
+// past it, so that no two time stamps of the process are ever equal.
 int timeofday_unique(struct timeval* tv, struct timezone* tz) {
   static long lastSeconds = 0;
   static long lastMicroseconds = 0;
-  static long offset = 1;
   int rc = gettimeofday(tv, tz);
   MutexGuard guard(&mutex_lock_timeofday);
-  if (tv->tv_sec == lastSeconds && tv->tv_usec == lastMicroseconds) {
-    tv->tv_usec += offset;
-    offset++;
-  } else {
-    lastSeconds = tv->tv_sec;
-    lastMicroseconds = tv->tv_usec;
-    offset = 1;
+  if (tv->tv_sec < lastSeconds || (tv->tv_sec == lastSeconds && tv->tv_usec <= lastMicroseconds)) {
+    tv->tv_sec = lastSeconds;
+    tv->tv_usec = lastMicroseconds + 1;
+    if (tv->tv_usec > 999999) {
+      tv->tv_sec++;
+      tv->tv_usec = 0;
+    }
   }
+  lastSeconds = tv->tv_sec;
+  lastMicroseconds = tv->tv_usec;
   return rc;
 }
 
@@ -94,11 +97,12 @@ static std::string formatLocalTime(long when, const char* format) {
 }
 
 std::string Util_makeTimestamp(long when) {
-  std::string stamp = formatLocalTime(when, "%Y%m%d-%H%M%S");
-  // The fraction comes from a separate reading of the clock, also for an
-  // explicit time: it is what makes the stamp unique.
+  // The fraction comes from the unique clock, also for an explicit time: it
+  // is what makes the stamp unique.  For "now" the seconds come from the same
+  // reading, so that stamp and fraction always agree.
   struct timeval tv;
   timeofday_unique(&tv, nullptr);
+  std::string stamp = formatLocalTime(when == 0 ? tv.tv_sec : when, "%Y%m%d-%H%M%S");
   std::ostringstream out;
   out << stamp << "." << std::setw(6) << std::setfill('0') << tv.tv_usec;
   return out.str();

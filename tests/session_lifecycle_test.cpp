@@ -1,0 +1,170 @@
+// Opening, cancelling and freeing sessions, and the lines they leave in the log.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <regex>
+
+#include "interface/Bramblekit.h"
+#include "interface/Status.h"
+#include "session/UUT.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+const char* kUutData = "/vault/data_collection/uut_data/";
+
+bool isDirectory(const std::string& path) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+TEST(SessionStart, RefusedWithoutEitherStationFile) {
+  for (int missing = 0; missing < 2; ++missing) {
+    bk_test::writeStationFiles();
+    remove(missing == 0 ? bk_test::kStationInfoPath : bk_test::kHealthPath);
+    UUTHandle handle = reinterpret_cast<UUTHandle>(0x1);
+    BKReplyHandle reply = BK_UUTStart(&handle);
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_FALSE(BK_success(reply));
+    EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0x80000000u);
+    EXPECT_STREQ(BK_reply_getError(reply),
+                 "From BK_UUTStart: Could not create a new CUUT object because "
+                 "ks_station_info.json or station_health_check.json file does not exist");
+    BK_reply_destroy(reply);
+    EXPECT_FALSE(isDirectory(kUutData));
+  }
+}
+
+TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
+  Json::Value info = bk_test::sampleStationInfo();
+  info["ksinfo"].removeMember("MAC");
+  bk_test::writeStationFiles(info);
+  UUTHandle handle = nullptr;
+  BKReplyHandle reply = BK_UUTStart(&handle);
+  ASSERT_TRUE(BK_success(reply));
+  EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0u);
+  BK_reply_destroy(reply);
+
+  CUUT* uut = static_cast<CUUT*>(handle);
+  const std::string uid = uut->getUID();
+  EXPECT_TRUE(std::regex_match(
+      uid, std::regex("[0-9]{8}-[0-9]{6}\\.[0-9]{6}-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-"
+                      "[0-9A-F]{4}-[0-9A-F]{12}")))
+      << uid;
+  EXPECT_TRUE(isDirectory(kUutData + uid));
+  EXPECT_EQ(uut->getPath(), kUutData + uid + "/");
+  EXPECT_EQ(uut->getPath(UUT_STATE_DID), kUutData + uid + ".did/");
+  EXPECT_EQ(uut->getPath(static_cast<UUTState>(7)), kUutData + uid + ".BAD_UUT_STATE/");
+
+  const Json::Value& doc = uut->getRootJson();
+  EXPECT_TRUE(doc["blobs"].isArray() && doc["blobs"].empty());
+  EXPECT_TRUE(doc["results"].isArray() && doc["results"].empty());
+  EXPECT_EQ(doc["test_station_attributes"]["bk_version"], "1.1.71");
+  EXPECT_EQ(doc["test_station_attributes"]["station_id"], info["ksinfo"]["STATION_ID"]);
+  EXPECT_EQ(doc["test_station_attributes"]["mac_addr"], "NOTFOUND");
+  EXPECT_EQ(doc["test_station_attributes"]["station_name"], info["ksinfo"]["STATION_TYPE"]);
+  EXPECT_TRUE(std::regex_match(doc["test_attributes"]["uut_start"].asString(),
+                               std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}")));
+  EXPECT_FALSE(doc["test_attributes"].isMember("uut_stop"));
+  EXPECT_EQ(doc["test_attributes"]["pdata_not_sent_to_trax"],
+            info["ksinfo"].get("PDATA_TO_SEND_TO_TRAX", "NOTFOUND"));
+  EXPECT_EQ(bk_test::readFile("/tmp/bk_version"), "1.1.71");
+
+  const std::string log = bk_test::readLog();
+  EXPECT_EQ(bk_test::countLines(log, "[" + uid + " - BK_UUTStart]: Entering BK_UUTStart"), 1u);
+  EXPECT_EQ(bk_test::countLines(log, "[" + uid + " - BK_UUTStart]: Exiting BK_UUTStart"), 1u);
+  BK_UID_destroy(handle);
+}
+
+TEST(SessionCancel, RemovesTheDirectoryAndAnswersPassTwice) {
+  bk_test::writeStationFiles();
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));
+  CUUT* uut = static_cast<CUUT*>(handle);
+  const std::string dir = uut->getPath();
+  bk_test::writeFile(dir + "blobs/a.gz", "x");
+
+  for (int round = 0; round < 2; ++round) {
+    BKReplyHandle reply = BK_UUTCancel(handle);
+    EXPECT_TRUE(BK_success(reply));
+    EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0u);
+    BK_reply_destroy(reply);
+    EXPECT_FALSE(isDirectory(dir));
+    EXPECT_FALSE(uut->isUIDValid());
+  }
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Canceled UUT at '" + dir + "'"), 2u);
+  BK_UID_destroy(handle);
+}
+
+TEST(SessionCancel, FollowsTheCurrentState) {
+  bk_test::writeStationFiles();
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));
+  CUUT* uut = static_cast<CUUT*>(handle);
+  ASSERT_EQ(rename(uut->getPath().c_str(), uut->getPath(UUT_STATE_COMMIT).c_str()), 0);
+  uut->state = UUT_STATE_COMMIT;
+  BK_reply_destroy(BK_UUTCancel(handle));
+  EXPECT_FALSE(isDirectory(uut->getPath(UUT_STATE_COMMIT)));
+  BK_UID_destroy(handle);
+}
+
+TEST(EntryFrame, NullHandlesGetTheBadCallReplyAndNoEntryLine) {
+  Json::Value info = bk_test::sampleStationInfo();
+  bk_test::writeStationFiles(info);
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));  // loads the policy: message 4 is ACTIVE
+
+  BKReplyHandle reply = BK_UUTCancel(nullptr);
+  EXPECT_FALSE(BK_success(reply));
+  EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), kStatusFailBit | (1u << 20) | 4);
+  EXPECT_STREQ(BK_reply_getError(reply), "NULL UUTHandle handle passed as a parameter");
+  BK_reply_destroy(reply);
+  reply = BK_getJsonResultsObj(nullptr);
+  EXPECT_STREQ(BK_reply_getError(reply), "NULL uutHandle handle passed as a parameter");
+  BK_reply_destroy(reply);
+  reply = BK_setStopTime(nullptr, 0);
+  EXPECT_STREQ(BK_reply_getError(reply), "NULL UUT handle passed as a parameter");
+  BK_reply_destroy(reply);
+
+  const std::string log = bk_test::readLog();
+  EXPECT_EQ(bk_test::countLines(log, "Entering BK_UUTCancel"), 0u);
+  EXPECT_EQ(bk_test::countLines(log, "Exiting BK_UUTCancel"), 0u);
+  // An error line: stamp, ": ", source path, "(line) ", function, ": ERROR: ", text.
+  EXPECT_TRUE(std::regex_search(
+      log, std::regex("\\n[0-9]{8}-[0-9]{6}\\.[0-9]{6}: [^\\n]*SessionApi\\.cpp\\([0-9]+\\) "
+                      "BK_UUTCancel: ERROR: NULL UUTHandle handle passed as a parameter\\n")));
+  BK_UID_destroy(handle);
+}
+
+TEST(SessionDestroy, RemovesTheSharedStatusFileAndLeavesTheDirectory) {
+  bk_test::writeStationFiles();
+  bk_test::writeFile("/tmp/sfcstatus", "1 SFC_OK");
+  BK_UID_destroy(nullptr);
+  EXPECT_FALSE(bk_test::fileExists("/tmp/sfcstatus"));
+
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));
+  const std::string dir = static_cast<CUUT*>(handle)->getPath();
+  BK_UID_destroy(handle);
+  EXPECT_TRUE(isDirectory(dir));
+}
+
+TEST(SessionStart, StationFileChangesReachOnlyLaterSessions) {
+  Json::Value info = bk_test::sampleStationInfo();
+  info["ksinfo"]["STATION_ID"] = "first";
+  bk_test::writeStationFiles(info);
+  UUTHandle first = nullptr;
+  BK_reply_destroy(BK_UUTStart(&first));
+  info["ksinfo"]["STATION_ID"] = "second";
+  bk_test::writeStationFiles(info);
+  UUTHandle second = nullptr;
+  BK_reply_destroy(BK_UUTStart(&second));
+  EXPECT_EQ(static_cast<CUUT*>(first)->getRootJson()["test_station_attributes"]["station_id"],
+            "first");
+  EXPECT_EQ(static_cast<CUUT*>(second)->getRootJson()["test_station_attributes"]["station_id"],
+            "second");
+  BK_UID_destroy(first);
+  BK_UID_destroy(second);
+}
+
+}  // namespace

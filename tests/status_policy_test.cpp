@@ -1,0 +1,149 @@
+// Status words under the station's fail policy, and the reply accessors.
+#include <gtest/gtest.h>
+
+#include "foundation/StationFiles.h"
+#include "interface/Bramblekit.h"
+#include "interface/Reply.h"
+#include "interface/Status.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+// Installs a station info file whose lifeline is `lifeline` and reloads it.
+void usePolicy(const Json::Value& lifeline) {
+  Json::Value info = bk_test::sampleStationInfo();
+  info["lifeline"] = lifeline;
+  bk_test::writeStationFiles(info);
+  getKSInfo()->refresh();
+}
+
+Json::Value policy(const char* key, const Json::Value& value) {
+  Json::Value lifeline(Json::objectValue);
+  lifeline[key] = value;
+  return lifeline;
+}
+
+TEST(FailPolicy, EntryDecidesActivePassiveOrOff) {
+  const unsigned word = (1u << 20) | 4;
+  usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", 1));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), kStatusFailBit | word);
+
+  usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", 0));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), word);
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(),
+                                "Forcing a passive fail for error (class: 1 "
+                                "[BK_MSG_CLASS_API_ERROR], messageID: 4 "
+                                "[BK_MSG_ERROR_API_SYNTAX] )"),
+            1u);
+
+  // Anything but the integers 0 and 1 switches the fault off, a pass too.
+  for (const Json::Value& off : {Json::Value(2), Json::Value(true), Json::Value("1")}) {
+    usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", off));
+    EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u) << off.toStyledString();
+    EXPECT_EQ(BK_buildStatus(BK_PASS, 1, 4), 0u);
+  }
+  usePolicy(Json::Value(Json::objectValue));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
+  EXPECT_EQ(BK_buildStatus(BK_PASS, 0, 0), 0u);
+}
+
+TEST(FailPolicy, SignatureAndVersionMessagesCannotBeSoftened) {
+  // Message 31 fails even with no entry, or a passive one.
+  usePolicy(Json::Value(Json::objectValue));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 32, 31), kStatusFailBit | (32u << 20) | 31);
+  usePolicy(policy("BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", 0));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 32, 31), kStatusFailBit | (32u << 20) | 31);
+  EXPECT_FALSE(BK_isLifelineMessageOFF(0, 31));
+
+  // Message 3 is never passive, but still switches off without an entry.
+  usePolicy(policy("BK_MSG_ERROR_API_VERSION", 0));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 3), kStatusFailBit | (1u << 20) | 3);
+  usePolicy(Json::Value(Json::objectValue));
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 3), 0u);
+}
+
+TEST(FailPolicy, PassKeepsClassAndMessageWithoutFailBit) {
+  usePolicy(policy("BK_MSG_ERROR_SFC_QUERY_UNIT", 1));
+  EXPECT_EQ(BK_buildStatus(BK_PASS, 32, 33), (32u << 20) | 33);
+}
+
+TEST(FailPolicy, ClassEntriesDecideWhenTheMessageEntryIsOff) {
+  Json::Value lifeline(Json::objectValue);
+  lifeline["BK_MSG_ERROR_FILESYSTEM"] = 2;  // numeric, but OFF
+  lifeline["BK_MSG_CLASS_API_ERROR"] = 1;
+  lifeline["BK_MSG_CLASS_QUERY"] = 1;
+  lifeline["BK_MSG_CLASS_QUERY_RESPONSE"] = 0;
+  lifeline["BK_MSG_CLASS_PROCESS_CONTROL"] = 1;
+  usePolicy(lifeline);
+  EXPECT_FALSE(BK_isLifelineClassOFF(1, 7));
+  EXPECT_TRUE(BK_isLifelineClassOFF(2, 7));
+  EXPECT_FALSE(BK_isFailPassive(1, 7));
+  // The OFF test finds class 4 by its bit position (BK_MSG_CLASS_QUERY), the
+  // active test by its value (index 4, BK_MSG_CLASS_QUERY_RESPONSE = 0).
+  EXPECT_TRUE(BK_isFailPassive(4, 7));
+  // Index 32 holds no name: "NOTFOUND" reads as active.
+  EXPECT_FALSE(BK_isFailPassive(32, 7));
+  // With neither a message nor a class entry the fault is passive.
+  EXPECT_TRUE(BK_isFailPassive(2, 7));
+  // A message without a numeric entry cannot be read as an integer.
+  EXPECT_THROW(BK_isFailPassive(1, 4), Json::Exception);
+}
+
+TEST(FailPolicy, NothingIsReadBeforeTheFirstRefresh) {
+  // No station file has been loaded in this process: every entry is missing.
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
+  EXPECT_TRUE(BK_isLifelineMessageOFF(1, 4));
+}
+
+TEST(Replies, AccessorsReadTheStatusWordAsStations) {
+  CBKReply reply;
+  reply.setStatus(kStatusFailBit | (1u << 20) | 4);
+  EXPECT_FALSE(BK_success(&reply));
+  // The class is read from bit 26: a failure reads as 32, whatever its class.
+  EXPECT_EQ(BK_reply_getClass(&reply), 32u);
+  EXPECT_FALSE(BK_reply_isOfClass(&reply, 1));
+  EXPECT_EQ(BK_reply_getMessageID(&reply), 4u);
+  reply.setStatus((32u << 20) | 33);
+  EXPECT_TRUE(BK_success(&reply));
+  EXPECT_EQ(BK_reply_getClass(&reply), 0u);
+
+  EXPECT_EQ(BK_reply_getMessageID(nullptr), 0xffffffffu);
+  EXPECT_EQ(BK_reply_getClass(nullptr), 0u);
+  EXPECT_FALSE(BK_reply_isOfClass(nullptr, 0));
+  EXPECT_STREQ(BK_reply_getError(nullptr), "");
+  BK_reply_destroy(nullptr);
+  EXPECT_STREQ(BK_getVersion(), "1.1.71");
+}
+
+TEST(Replies, TextIsCopiedAndEmptyTextGoesToStandardOutput) {
+  CBKReply reply;
+  testing::internal::CaptureStdout();
+  EXPECT_STREQ(BK_reply_getError(&reply), "");
+  EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                "Someone is retrieving an empty string from getData()"),
+            std::string::npos);
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Someone is retrieving"), 0u);
+
+  reply.setData("first");
+  reply.setStatus(7);
+  CBKReply copy(reply);
+  reply.setData("second");
+  EXPECT_STREQ(copy.getData(), "first");
+  EXPECT_EQ(copy.getStatus(), 7u);
+  copy = copy;
+  EXPECT_STREQ(copy.getData(), "first");
+  copy = reply;
+  EXPECT_STREQ(BK_reply_getJsonData(&copy), "second");
+}
+
+TEST(MessageTables, KeepTheirExactNames) {
+  EXPECT_STREQ(BKMessageNumberNames[22], "STR_BK_MSG_ERROR_INVALID_SIGNATURE");
+  EXPECT_STREQ(BKMessageNumberNames[31], "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE");
+  EXPECT_STREQ(BKMessageNumberNames[34], "BK_MSG_ERROR_CANOPY_AMIOKAY");
+  EXPECT_STREQ(BKMessageNumberNames[35], "");
+  EXPECT_STREQ(bkClassName(32), "BK_MSG_CLASS_PROCESS_CONTROL");
+  EXPECT_STREQ(bkClassName(4), "BK_MSG_CLASS_QUERY");
+  EXPECT_STREQ(BKMessageClassNames[7], "");
+}
+
+}  // namespace
