@@ -102,14 +102,15 @@ class CUUT {
   // --- Shop-floor queries (sfc/) ---
   bool SFC_QueryRecordUnitCheck(std::string serialNumber);
 
-  // --- Blobs (data/) ---
-  CBKReply* copyBlob(const std::string& name, const std::string& path, unsigned policy);
-  CBKReply* copyBlobFromMemory(const std::string& name, const void* data, long length,
-                               unsigned policy);
+  // --- Blobs (session/UUTBlobs.cpp) ---
+  // Both take the session's current retention policy; set it first.
+  CBKReply* copyBlob(const std::string& name, const std::string& path);
+  CBKReply* copyBlobFromMemory(const std::string& name, const void* data, long length);
+  CBKReply* CreatBlobZipAndMetaFile(const std::string& stagedPath, const std::string& displayName);
 
   // --- Fixture, modules, failure report (session/UUTFixture.cpp) ---
-  CBKReply* setDUTPos(const char* fixture, const char* head);
-  CBKReply* setDUTPosition(BK_ENUM_FIXTURE_ID fixture, BK_ENUM_FIXTURE_HEAD_ID head);
+  bool setDUTPos(CBKReply* reply, const char* fixture, const char* head);
+  bool setDUTPosition(CBKReply* reply, BK_ENUM_FIXTURE_ID fixture, BK_ENUM_FIXTURE_HEAD_ID head);
   CBKReply* addModuleHistory(const char* moduleSN, const char* vendorCode, const char* dateCode,
                              const char* partNumber, const char* description,
                              const char* lotCode);

@@ -1,0 +1,24 @@
+// CBlob: takes a station's file or memory block into a session's "blobs"
+// directory under a staged name.  No state; every operation is static and
+// answers with a new reply the caller owns.
+#ifndef BRAMBLEKIT_DATA_BLOB_H_
+#define BRAMBLEKIT_DATA_BLOB_H_
+
+#include <string>
+
+#include "interface/Reply.h"
+
+class CBlob {
+ public:
+  static CBKReply* createDirs(const std::string& directory);
+  // Copies `source` to base/blobs/<safeName><extension of source>.
+  static CBKReply* copy(const std::string& base, const std::string& safeName,
+                        const std::string& source);
+  // Writes `length` bytes to base/blobs/<safeName>.
+  static CBKReply* copyFromMemory(const std::string& base, const std::string& safeName,
+                                  const void* data, long length);
+  // The text from the last period of `path` on, or "" without a period.
+  static std::string extensionOf(const std::string& path);
+};
+
+#endif  // BRAMBLEKIT_DATA_BLOB_H_

@@ -1,0 +1,214 @@
+// A session's blobs: staged into "blobs", then compressed (or moved, when
+// compressed already) to a name that identifies unit, station and moment, and
+// recorded in the document's "blobs" array for the forwarding agent.
+#include <stdio.h>
+#include <string.h>
+
+#include <memory>
+#include <sstream>
+
+#include "data/Blob.h"
+#include "data/BlobCompression.h"
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/FileUtilities.h"
+#include "foundation/OutputFile.h"
+#include "foundation/StationFiles.h"
+#include "interface/EntryFrame.h"
+#include "session/UUT.h"
+#include "station/Features.h"
+
+namespace {
+
+const long kDefaultBlobSizeLimit = 1073741824;  // 1 GiB
+
+// Already compressed: moved as they are.  Compared exactly; the servers know
+// no other spellings.
+const char* const kCompressedExtensions[] = {".zip", ".gz",  ".bz2", ".ZIP",
+                                             ".GZ",  ".BZ2", ".tgz", ".TGZ"};
+
+bool isCompressedExtension(const std::string& extension) {
+  for (const char* known : kCompressedExtensions) {
+    if (extension == known) return true;
+  }
+  return false;
+}
+
+long blobSizeLimit() {
+  Json::Value limit = getKSInfo()->getValueFor("ksinfo", "MAX_BLOB_SIZE_ALLOWED_IN_BYTES");
+  if (limit.isInt64() && limit.asInt64() > 1) return static_cast<long>(limit.asInt64());
+  return kDefaultBlobSizeLimit;
+}
+
+std::string stationText(const char* key) {
+  Json::Value value = getKSInfo()->getValueFor("ksinfo", key);
+  if (value.isString()) return value.asString();
+  return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
+}
+
+// An attribute as the session's document holds it; the word NOTFOUND counts
+// as missing, like a member that is not there at all.
+bool documentAttribute(const Json::Value& document, const char* object, const char* key,
+                       std::string* out) {
+  out->clear();
+  const Json::Value& member = document[object][key];
+  if (!member.isString() || member.asString() == "NOTFOUND") return false;
+  *out = member.asString();
+  return true;
+}
+
+// STATION_TYPE through the station's own two-call query.
+bool queryStationType(CUUT* uut, bool* firstCallFailed, std::string* out) {
+  const int kStationType = 9;
+  unsigned long long length = 0;
+  CBKReply* first =
+      static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, nullptr, &length));
+  *firstCallFailed = !BK_success(first);
+  delete first;
+  if (*firstCallFailed) return false;
+  std::unique_ptr<char[]> buffer(new char[length + 1]());
+  char* text = buffer.get();
+  CBKReply* second = static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, &text, &length));
+  bool ok = BK_success(second) && text[0] != '\0';
+  delete second;
+  if (ok) *out = text;
+  return ok;
+}
+
+}  // namespace
+
+CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
+  if (Util_featureOFF("BLOBS_TO_SEND_TO_TRAX_ON_OFF")) {
+    CBKReply* reply = new CBKReply();
+    std::string text =
+        "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
+        "ks_station_info.json file.";
+    reply->setData(text);
+    BK_LOG(UID, text);
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    return reply;
+  }
+  const std::string safeName = COutputFile::makeSafeFilename(name);
+  CBKReply* copied = CBlob::copy(getPath(), safeName, path);
+  if (!BK_success(copied)) return copied;
+  delete copied;
+  const std::string staged =
+      getPath() + blobsDirectoryName + platformPathSeparator + safeName + CBlob::extensionOf(path);
+  return CreatBlobZipAndMetaFile(staged, name);
+}
+
+CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, long length) {
+  if (Util_featureOFF("BLOBS_TO_SEND_TO_TRAX_ON_OFF")) {
+    CBKReply* reply = new CBKReply();
+    std::string text =
+        "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
+        "ks_station_info.json file.";
+    reply->setData(text);
+    BK_LOG(UID, text);
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    return reply;
+  }
+  const std::string safeName = COutputFile::makeSafeFilename(name);
+  CBKReply* copied = CBlob::copyFromMemory(getPath(), safeName, data, length);
+  if (!BK_success(copied)) return copied;
+  delete copied;
+  const std::string staged = getPath() + blobsDirectoryName + platformPathSeparator + safeName;
+  return CreatBlobZipAndMetaFile(staged, name);
+}
+
+CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
+                                        const std::string& displayName) {
+  CBKReply* reply = new CBKReply();
+  // Each refusal goes to the log twice: as an error and in the session's lines.
+  auto refuse = [&](const std::string& text, int line) {
+    reply->setData(text);
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+    bkLogErrorLine(__FILE__, line, "CreatBlobZipAndMetaFile", text);
+    bkLogSessionLine(UID, "CreatBlobZipAndMetaFile", text);
+    return reply;
+  };
+  try {
+    if (!Util_fileExists(stagedPath.c_str())) {
+      return refuse(std::string(__FUNCTION__) + "File does not exist [" + stagedPath + "]",
+                    __LINE__);
+    }
+    std::string serial;
+    if (!documentAttribute(rootJson, "test_attributes", "unit_serial_number", &serial)) {
+      return refuse("Attribtue 'serialnumber' is not populated yet.", __LINE__);
+    }
+
+    std::string station = "NONE";
+    std::string found;
+    if (documentAttribute(rootJson, "test_station_attributes", "sub_station", &found)) {
+      station = found;
+    } else {
+      bool firstCallFailed = false;
+      if (queryStationType(this, &firstCallFailed, &found)) {
+        station = found;
+      } else if (firstCallFailed) {
+        return refuse(std::string("Can not get the  '") + "STATION_IDENTIFIER" +
+                          "' value from the ks_station_info.json file.",
+                      __LINE__);
+      } else if (documentAttribute(rootJson, "test_station_attributes", "station_id", &found)) {
+        station = found;
+      } else {
+        return refuse("Attribtue 'STATION_IDENTIFIER' is not populated yet.", __LINE__);
+      }
+    }
+
+    const size_t lastSeparator = stagedPath.rfind('/');
+    const std::string stagedName =
+        lastSeparator == std::string::npos ? stagedPath : stagedPath.substr(lastSeparator + 1);
+    const std::string finalName = serial + "_" + Util_makeTimestamp(0) + "_" +
+                                  stationText("PRODUCT") + "_" + station + "_" + stagedName;
+    const std::string directory = getPath() + blobsDirectoryName + platformPathSeparator;
+    const std::string finalPath = directory + finalName;
+    const long limit = blobSizeLimit();
+
+    Json::Value record(Json::objectValue);
+    bool stored = false;
+    if (isCompressedExtension(CBlob::extensionOf(stagedPath))) {
+      long size = Util_fileSize(stagedPath.c_str());
+      if (size > limit) {
+        return refuse("BlobFile" + stagedPath + "] File size [" + std::to_string(size) +
+                          "] exceeded blob size limit[" + std::to_string(limit) + "]",
+                      __LINE__);
+      }
+      stored = Util_fileRename(stagedPath.c_str(), finalPath.c_str());
+      record["file_name"] = finalName;
+      record["file_size"] = std::to_string(size);
+      if (stored) BK_LOG(UID, "Zipped blob copied successfully");
+    } else {
+      stored = Util_filecompress(stagedPath, finalPath);
+      const std::string compressedPath = finalPath + ".gz";
+      long size = Util_fileSize(compressedPath.c_str());
+      if (size > limit) {
+        // The number in brackets has never meant anything; the servers'
+        // parsers expect one there.
+        std::ostringstream text;
+        text << "BlobFile [" << static_cast<const void*>(&text) << "] File size [" << size
+             << "] exceeded blob size limit[" << limit << "]";
+        return refuse(text.str(), __LINE__);
+      }
+      record["file_name"] = finalName + ".gz";
+      record["file_size"] = std::to_string(size);
+    }
+    record["display_name"] = displayName;
+    record["retention_policy"] = Json::Value(static_cast<Json::UInt>(retentionPolicy));
+    // Recorded before the outcome is known; commit does not look at it.
+    rootJson["blobs"].append(record);
+
+    if (stored) {
+      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      if (Util_fileExists(stagedPath.c_str())) remove(stagedPath.c_str());
+      return reply;
+    }
+    return refuse(
+        std::string(__FUNCTION__) + "Could not compress the blob file '" + stagedPath + "'",
+        __LINE__);
+  } catch (...) {
+    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
+                  std::string(__FUNCTION__) + "WHOOPS! unhandled exception!");
+    return reply;
+  }
+}
