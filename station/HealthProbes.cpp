@@ -1,0 +1,184 @@
+// Health probes: each judges one report that another agent keeps in the health
+// file (or the file's own age) and never reaches out to a network itself.
+//
+// A failure fills the caller's reply, if any, and is logged as an error; the
+// fail policy may turn the status into a pass, but the probe still answers
+// false.  A value the probe cannot read fills the reply with a failure and
+// yet answers true, so an agent that writes a bad file does not stop the line.
+#include <stdint.h>
+#include <time.h>
+
+#include <cmath>
+#include <string>
+
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/Log.h"
+#include "foundation/StationFiles.h"
+#include "interface/Bramblekit.h"
+#include "interface/Reply.h"
+#include "session/UUT.h"
+
+namespace {
+
+void fillFailure(BKReplyHandle reply, unsigned message, const std::string& text) {
+  if (reply == nullptr) return;
+  CBKReply* target = static_cast<CBKReply*>(reply);
+  target->setData(text);
+  target->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+}
+
+void fillPass(BKReplyHandle reply) {
+  if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+}
+
+// Seconds from `then` to `now`, wrapped to 32 bits as the agents' readers
+// have always taken it.
+int32_t elapsed32(int64_t now, int64_t then) {
+  return static_cast<int32_t>(static_cast<uint32_t>(now) - static_cast<uint32_t>(then));
+}
+
+// Whole seconds of a time stamp with a fraction; out-of-range values are
+// clamped rather than converted with undefined behaviour.
+int64_t truncateSeconds(double value) {
+  if (std::isnan(value)) return 0;
+  if (value >= 9.2e18) return INT64_MAX;
+  if (value <= -9.2e18) return INT64_MIN;
+  return static_cast<int64_t>(value);
+}
+
+Json::Value healthValue(const char* key) { return getSHCheck()->getValueFor("", key); }
+Json::Value stationValue(const char* key) { return getKSInfo()->getValueFor("ksinfo", key); }
+
+}  // namespace
+
+// Fills the reply (if any) with the failure, logs it, and answers false.
+#define BK_PROBE_FAIL(reply, message, text)          \
+  do {                                               \
+    std::string bk_probe_text_ = (text);             \
+    fillFailure((reply), (message), bk_probe_text_); \
+    BK_LOG_ERROR(bk_probe_text_);                    \
+    return false;                                    \
+  } while (0)
+
+// The same report on the road of an unreadable value, which answers true.
+#define BK_PROBE_UNREADABLE(reply, message, text)    \
+  do {                                               \
+    std::string bk_probe_text_ = (text);             \
+    fillFailure((reply), (message), bk_probe_text_); \
+    BK_LOG_ERROR(bk_probe_text_);                    \
+    return true;                                     \
+  } while (0)
+
+bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
+  (void)handle;
+  const unsigned message = BK_MSG_ERROR_ETHERNET_NOT_RESPONDING;
+  getSHCheck()->refresh();
+  if (!Util_fileExists(stationHealthCheckFilePath)) {
+    BK_PROBE_FAIL(reply, message, "Station_health_check.json file does not exist.");
+  }
+  Json::Value ok = healthValue("ethernet_ok");
+  if (!ok.isInt() && reply != nullptr) {
+    BK_PROBE_UNREADABLE(reply, message,
+                        "Can't interpret ethernet_ok value from station_health_check.json file");
+  }
+  // Without a reply an unreadable value is converted all the same, and a
+  // missing key throws out of the probe.
+  int value = ok.asInt();
+  if (value == 0) {
+    BK_PROBE_FAIL(reply, message,
+                  "Value found in station_health_check_file [" + std::to_string(value) + "]");
+  }
+  // The caller's reply is left as it was on this road.
+  return true;
+}
+
+bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
+  const std::string uid = bkUIDOf(handle);
+  const unsigned message = BK_MSG_ERROR_NETWORK_NOT_RESPONDING;
+  getSHCheck()->refresh();
+  if (!Util_fileExists(stationHealthCheckFilePath)) {
+    BK_PROBE_FAIL(reply, message, "Station_health_check.json file does not exist.");
+  }
+  // A missing or mistyped time-out is 0: only a check of this very second passes.
+  int timeout = 0;
+  Json::Value configured = stationValue("NETWORK_NOT_OK_TIMEOUT");
+  if (configured.isInt()) timeout = configured.asInt();
+  BK_LOG(uid, "NETWORK_NOT_OK_TIMEOUT value for Network [" << timeout << "]");
+  if (timeout < 0) {
+    BK_LOG(uid, "NETWORK_NOT_OK_TIMEOUT < 0 [returning true]");
+    return true;
+  }
+  Json::Value last = healthValue("network_last_successful_check_int");
+  if (!last.isInt() && reply != nullptr) {
+    BK_PROBE_UNREADABLE(reply, message, "Can't interpret network_last_successful_check_int value");
+  }
+  int64_t lastCheck = last.asInt();
+  int64_t now = time(nullptr);
+  int32_t elapsed = elapsed32(now, lastCheck);
+  BK_LOG(uid, "Time now = [" << now << "] : network_last_successful_check_int time  = ["
+                             << lastCheck << "]: Time elapsed  = [" << elapsed
+                             << "]: NetWork Timeout from kssi = [" << timeout << "]");
+  if (elapsed > timeout) {
+    BK_PROBE_FAIL(reply, message, "Total time elapsed in secs. [" + std::to_string(elapsed) + "]");
+  }
+  fillPass(reply);
+  return true;
+}
+
+bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
+  const std::string uid = bkUIDOf(handle);
+  const unsigned message = BK_MSG_ERROR_KESTREL_NOT_RESPONDING;
+  getSHCheck()->refresh();
+  if (!Util_fileExists(stationHealthCheckFilePath)) {
+    BK_PROBE_FAIL(reply, message, "Station_health_check.json file does not exist");
+  }
+  // No type test: a missing key throws out of the probe.
+  int timeout = stationValue("KSSI_LASTUPDATE_TIMEOUT").asInt();
+  BK_LOG(uid, "KSSI_LASTUPDATE_TIMEOUT value for Kestrel [" << timeout << "]");
+  if (timeout < 0) {
+    BK_LOG(uid, "KSSI_LASTUPDATE_TIMEOUT < 0 [returning true]");
+    return true;
+  }
+  // The agent writes this stamp with a fraction; a whole number means some
+  // other writer, and is not trusted.
+  Json::Value last = healthValue("kssi_last_successful_check");
+  if (last.type() != Json::realValue && reply != nullptr) {
+    BK_PROBE_UNREADABLE(reply, message, "Can not interpret kssi_last_successful_check value");
+  }
+  int64_t lastUpdate = truncateSeconds(last.asDouble());
+  int64_t now = time(nullptr);
+  int32_t elapsed = elapsed32(now, lastUpdate);
+  if (elapsed > timeout) {
+    BK_LOG(uid, "Time now = [" << now << "] : kssi file lastupdated = [" << lastUpdate
+                               << "] : KS Timeout kssi = [" << timeout
+                               << "] : Time elapsed in secs. = [" << elapsed << "]");
+    BK_PROBE_FAIL(reply, message,
+                  "KESTREL_NOT_OK: total time elapsed [" + std::to_string(elapsed) + "]");
+  }
+  fillPass(reply);
+  return true;
+}
+
+bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
+  const std::string uid = bkUIDOf(handle);
+  const unsigned message = BK_MSG_ERROR_MARTEN_NOT_RUNNING;
+  // The forwarding agent rewrites the health file: its age alone tells
+  // whether the agent runs, so the contents are not re-read.
+  if (!Util_fileExists(stationHealthCheckFilePath)) {
+    BK_PROBE_FAIL(reply, message, "[Station_Health_Check.json not found]");
+  }
+  int64_t age = static_cast<int64_t>(time(nullptr)) -
+                static_cast<int64_t>(Util_fileModificationTime(stationHealthCheckFilePath));
+  // No type test: a missing key throws out of the probe.
+  int timeout = stationValue("MARTEN_NOT_RUNNING_TIMEOUT").asInt();
+  if (timeout < 0) {
+    BK_LOG(uid, "MARTEN_NOT_RUNNING_TIMEOUT < 0 [returning true]");
+    return true;
+  }
+  std::string text = "[Station_Health_Check file is [" + std::to_string(age) + "] secs. old]";
+  BK_LOG(uid, text);
+  if (age > timeout) BK_PROBE_FAIL(reply, message, text);
+  fillPass(reply);
+  return true;
+}
