@@ -1,0 +1,35 @@
+// One test spec and one test result become one record of the session's
+// "results" array.  The verdict is the station's: values and limits are only
+// checked for looking numeric, never compared.
+#ifndef BRAMBLEKIT_DATA_RESULTBRICK_H_
+#define BRAMBLEKIT_DATA_RESULTBRICK_H_
+
+#include <stdint.h>
+
+#include <atomic>
+
+#include "interface/Reply.h"
+
+class CResultBrick {
+ public:
+  CResultBrick() = delete;
+
+  // Checks and appends one record; always returns a new reply, the caller's.
+  // The record is in the document exactly when the reply says success
+  // without a text.
+  static CBKReply* create(void* unitHandle, void* testSpec, void* testResult);
+
+  // A process-wide count of the results that passed the session's count
+  // limit, read by the attribute records.
+  static uint32_t getFileCounter() { return counter.load(); }
+  static void incrementFileCounter() { counter.fetch_add(1); }
+  static void resetFileCounter() { counter.store(0); }
+
+ private:
+  static std::atomic<uint32_t> counter;
+};
+
+// Longest parametric key, the blanks between the names included.
+inline constexpr size_t kMaxParametricKeyLength = 128;
+
+#endif  // BRAMBLEKIT_DATA_RESULTBRICK_H_

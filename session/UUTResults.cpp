@@ -1,0 +1,149 @@
+// Result intake on the session's side: the count limit, the verdict counters
+// and the priority filter, ahead of the record itself.
+#include <string.h>
+
+#include <algorithm>
+#include <string>
+
+#include "data/ResultBrick.h"
+#include "data/TestRecords.h"
+#include "foundation/StationFiles.h"
+#include "interface/EntryFrame.h"
+#include "session/UUT.h"
+
+namespace {
+
+// A test of this exact name passes every count limit: stations use it to
+// record how the session itself went.
+const char* const kDataCollectionTest = "Data Collection";
+const int kDefaultMaxTests = 30000;
+
+// The name of a priority in the station's list of priorities not sent, and
+// its index in submittedCounts; -1 where it has neither.
+const char* priorityName(int32_t priority) {
+  static const char* const kNames[] = {"p0", "p1", "p2", "p3", "p4"};
+  if (priority == BK_TRAX_PRIORITY_AU) return "au";
+  if (priority >= 0 && priority <= 4) return kNames[priority];
+  return "NOTFOUND";
+}
+
+int submittedIndex(int32_t priority) {
+  if (priority == BK_TRAX_PRIORITY_AU) return 0;
+  if (priority >= 0 && priority <= 4) return priority + 1;
+  return -1;
+}
+
+}  // namespace
+
+CBKReply* CUUT::createResult(void* spec, void* result) {
+  CBKReply* reply = new CBKReply();
+  if (spec == nullptr) {
+    bkRejectNullArgument(reply, "testSpec", __FILE__, __LINE__, __FUNCTION__);
+    return reply;
+  }
+  if (result == nullptr) {
+    bkRejectNullArgument(reply, "testResult", __FILE__, __LINE__, __FUNCTION__);
+    return reply;
+  }
+  const CBKTestSpec& testSpec = *static_cast<CBKTestSpec*>(spec);
+  const CBKTestResult& testResult = *static_cast<CBKTestResult*>(result);
+
+  Json::Value configured = getKSInfo()->getValueFor("ksinfo", "MAX_PDATA_TESTS_ALLOWED");
+  int limit = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
+  uint32_t total = testPasses + testFailures + testNAs;
+  bool exempt = testSpec.testNameRef() == kDataCollectionTest;
+  if (limit > 0 && total > static_cast<uint32_t>(limit - 1) && !exempt) {
+    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
+                  "total tests exceed the number of tests [" + std::to_string(limit) +
+                      "] allowed in the ks_station_info.json file.");
+    return reply;
+  }
+  // A limit of zero or less in the station file means the default.
+  if (limit <= 0 && total > static_cast<uint32_t>(kDefaultMaxTests - 1) && !exempt) {
+    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
+                  "total tests exceed the default limit on number of tests [30000] allowed.");
+    return reply;
+  }
+
+  // Counted before the filter and before the record is checked: commit holds
+  // the declared verdict against every result the station sent.
+  switch (testResult.getResult()) {
+    case BK_PASS:
+      ++testPasses;
+      BK_LOG(UID, "BK_PASS result [" << testPasses << " total]");
+      break;
+    case BK_FAIL:
+      ++testFailures;
+      BK_LOG(UID, "BK_FAIL result [" << testFailures << " total] TestName["
+                                     << testSpec.testNameRef() << "]");
+      break;
+    case BK_NA:
+      ++testNAs;
+      BK_LOG(UID, "BK_NA result");
+      break;
+    default:
+      break;
+  }
+  CResultBrick::incrementFileCounter();
+  int index = submittedIndex(testSpec.getPriority());
+  if (index >= 0) incrementSubmittedCount(static_cast<unsigned>(index));
+
+  if (!canSendPDataToTrax(static_cast<BK_TRAX_PRIORITY>(testSpec.getPriority()))) {
+    ++notSentCount;
+    reply->setData("Test result not sent to TRAX ");
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    return reply;
+  }
+  delete reply;
+  return CResultBrick::create(this, spec, result);
+}
+
+// The station's list names the priorities that are NOT sent, whatever its
+// key says.  "p0" always goes; "NOTFOUND" in the list holds back everything
+// else, priorities without a name included.
+bool CUUT::canSendPDataToTrax(BK_TRAX_PRIORITY priority) {
+  const Json::Value& notSent = pdataNotSent;
+  if (notSent.size() == 0) return true;
+  if (priority == BK_TRAX_PRIORITY_P0) return true;
+  const std::string name = priorityName(priority);
+  for (const Json::Value& entry : notSent) {
+    // An array or object names no priority, and asString would throw.
+    if (entry.isArray() || entry.isObject()) continue;
+    const std::string text = entry.asString();
+    if (text == "NOTFOUND" || text == name) return false;
+  }
+  return true;
+}
+
+void CUUT::createDummyFailTest(const char* testName, const char* subTestName,
+                               const char* subSubTestName, const char* message) {
+  auto fitted = [](const char* text, size_t limit) {
+    std::string fitted = text == nullptr ? std::string() : std::string(text);
+    fitted.resize(limit);  // padded with NUL bytes, or cut
+    return fitted;
+  };
+  auto lengthOf = [](const char* text, size_t limit) {
+    return text == nullptr ? 0 : std::min(strlen(text), limit);
+  };
+
+  testSpecHandle spec = BK_testSpec_create();
+  std::string name = fitted(testName, 48);
+  std::string subName = fitted(subTestName, 64);
+  std::string subSubName = fitted(subSubTestName, 128);
+  BK_testSpec_setTestName(spec, name.c_str(), lengthOf(testName, 48));
+  BK_testSpec_setSubTestName(spec, subName.c_str(), lengthOf(subTestName, 64));
+  BK_testSpec_setSubSubTestName(spec, subSubName.c_str(), lengthOf(subSubTestName, 128));
+  BK_testSpec_setPriority(spec, BK_TRAX_PRIORITY_P0);
+
+  testResultHandle result = BK_testResult_create();
+  BK_testResult_setResult(result, BK_FAIL);
+  // The message goes in whole: a message too long for the session is refused
+  // there, as any station's would be.
+  BK_testResult_setMessage(result, message, message == nullptr ? 0 : strlen(message));
+
+  BKReplyHandle reply = BK_addResult(this, spec, result);
+  BK_testSpec_destroy(spec);
+  BK_testResult_destroy(result);
+  if (!BK_success(reply)) BK_LOG_ERROR("Can not create our fake fail test.");
+  BK_reply_destroy(reply);
+}
