@@ -1,0 +1,135 @@
+// Test specs and test results: the length cross-check applied after the
+// store, the "NA" rule of units and limits, and the once-per-process note.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "data/TestRecords.h"
+#include "interface/Bramblekit.h"
+#include "support/TestSupport.h"
+
+using namespace bk_test;
+
+namespace {
+
+CBKTestSpec* specOf(testSpecHandle handle) { return static_cast<CBKTestSpec*>(handle); }
+CBKTestResult* resultOf(testResultHandle handle) { return static_cast<CBKTestResult*>(handle); }
+
+class TestRecordsTest : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    BK_testSpec_destroy(spec_);
+    BK_testResult_destroy(result_);
+  }
+  testSpecHandle spec_ = BK_testSpec_create();
+  testResultHandle result_ = BK_testResult_create();
+};
+
+TEST_F(TestRecordsTest, FreshRecordsHoldTheirDefaults) {
+  EXPECT_EQ(specOf(spec_)->getTestName(), "");
+  EXPECT_EQ(specOf(spec_)->getLowerSpecLimit(), "NA");
+  EXPECT_EQ(specOf(spec_)->getUpperSpecLimit(), "NA");
+  EXPECT_EQ(specOf(spec_)->getUnits(), "NA");
+  EXPECT_EQ(specOf(spec_)->getPriority(), 0);
+  EXPECT_FALSE(specOf(spec_)->getInfoOnly());
+  EXPECT_EQ(resultOf(result_)->getResult(), BK_PASS);
+  EXPECT_EQ(resultOf(result_)->getValue(), "StationDidNotCallSetValue");
+  EXPECT_EQ(resultOf(result_)->getMessage(), "");
+}
+
+TEST_F(TestRecordsTest, LengthIsCheckedAfterTheTextIsStoredWhole) {
+  EXPECT_TRUE(BK_testSpec_setTestName(spec_, nullptr, 0));
+  EXPECT_EQ(specOf(spec_)->getTestName(), "");
+  EXPECT_FALSE(BK_testSpec_setTestName(spec_, "ABC", 2));
+  EXPECT_EQ(specOf(spec_)->getTestName(), "ABC");
+  EXPECT_FALSE(BK_testSpec_setSubTestName(spec_, "A\0B", 3));  // stops at the zero
+  EXPECT_EQ(specOf(spec_)->getSubTestName(), "A");
+  EXPECT_TRUE(BK_testSpec_setSubSubTestName(spec_, "xyz", 3));
+
+  EXPECT_TRUE(BK_testResult_setValue(result_, "1.5", 3));
+  EXPECT_TRUE(BK_testResult_setValue(result_, nullptr, 0));  // replaces the sentinel
+  EXPECT_EQ(resultOf(result_)->getValue(), "");
+  EXPECT_FALSE(BK_testResult_setMessage(result_, "why", 99));
+  EXPECT_EQ(resultOf(result_)->getMessage(), "why");
+  EXPECT_TRUE(BK_testResult_setResult(result_, BK_NA));
+  EXPECT_EQ(resultOf(result_)->getResult(), BK_NA);
+}
+
+TEST_F(TestRecordsTest, NullHandlesDoNothing) {
+  EXPECT_FALSE(BK_testSpec_setTestName(nullptr, "A", 1));
+  EXPECT_FALSE(BK_testSpec_setUnits(nullptr, "V", 1));
+  EXPECT_FALSE(BK_testSpec_setLimits(nullptr, "1", 1, "2", 1));
+  EXPECT_FALSE(BK_testSpec_setPriority(nullptr, BK_TRAX_PRIORITY_P1));
+  EXPECT_FALSE(BK_testSpec_setAsNonTestItem(nullptr));
+  EXPECT_FALSE(BK_testResult_setResult(nullptr, BK_FAIL));
+  EXPECT_FALSE(BK_testResult_setValue(nullptr, "1", 1));
+  EXPECT_FALSE(BK_testResult_setMessage(nullptr, "m", 1));
+  BK_testSpec_destroy(nullptr);
+  BK_testResult_destroy(nullptr);
+}
+
+TEST_F(TestRecordsTest, EmptyUnitsBecomeNAAndAreLoggedUnderTheTestName) {
+  BK_testSpec_setTestName(spec_, "Ripple", 6);
+  EXPECT_TRUE(BK_testSpec_setUnits(spec_, "mV", 2));
+  EXPECT_FALSE(BK_testSpec_setUnits(spec_, "", 0));
+  EXPECT_EQ(specOf(spec_)->getUnits(), "NA");
+  EXPECT_TRUE(BK_testSpec_setUnits(spec_, nullptr, 2));
+  EXPECT_EQ(countLines(readLog(),
+                       "[Ripple - BK_testSpec_setUnits]: NULL or empty string passed "
+                       "as Units"),
+            2u);
+}
+
+TEST_F(TestRecordsTest, LimitsAreStoredFirstAndThenCrossChecked) {
+  struct Row {
+    const char* lower;
+    size_t lowerLength;
+    const char* upper;
+    size_t upperLength;
+    bool answer;
+    const char* storedLower;
+    const char* storedUpper;
+  };
+  const Row rows[] = {
+      {nullptr, 0, "5", 999, true, "NA", "5"},  // a NULL side skips the check
+      {"1", 999, nullptr, 7, true, "1", "NA"}, {"", 7, "", 9, true, "NA", "NA"},
+      {"1", 1, "", 0, true, "1", "NA"},        {"1", 2, "", 0, false, "1", "NA"},
+      {"", 0, "5", 1, true, "NA", "5"},        {"", 0, "5", 2, false, "NA", "5"},
+      {"1", 999, "5", 1, true, "1", "5"},  // only the upper length counts
+      {"1", 1, "5", 999, false, "1", "5"},
+  };
+  for (const Row& row : rows) {
+    BK_testSpec_setLimits(spec_, "old", 3, "old", 3);
+    EXPECT_EQ(BK_testSpec_setLimits(spec_, row.lower, row.lowerLength, row.upper, row.upperLength),
+              row.answer)
+        << (row.lower ? row.lower : "NULL") << " / " << (row.upper ? row.upper : "NULL");
+    EXPECT_EQ(specOf(spec_)->getLowerSpecLimit(), row.storedLower);
+    EXPECT_EQ(specOf(spec_)->getUpperSpecLimit(), row.storedUpper);
+  }
+}
+
+TEST_F(TestRecordsTest, PriorityIsKeptUncheckedAndItsNoteLoggedOncePerProcess) {
+  EXPECT_TRUE(BK_testSpec_setPriority(spec_, static_cast<BK_TRAX_PRIORITY>(77)));
+  EXPECT_EQ(specOf(spec_)->getPriority(), 77);
+  EXPECT_TRUE(BK_testSpec_setAsNonTestItem(spec_));
+  EXPECT_TRUE(specOf(spec_)->getInfoOnly());
+
+  const char* note =
+      "Please NOTE: priority submitted = -2, all other PData tests will NOT be submitted to TRAX.";
+  writeStationFiles();
+  for (int session = 0; session < 2; ++session) {
+    UUTHandle uut = nullptr;
+    BK_reply_destroy(BK_UUTStart(&uut));
+    for (int i = 0; i < 3; ++i) {
+      testSpecHandle spec = BK_testSpec_create();
+      EXPECT_TRUE(BK_testSpec_setPriority(spec, BK_TRAX_PRIORITY_AU));
+      BK_testSpec_destroy(spec);
+    }
+    BK_reply_destroy(BK_UUTCancel(uut));
+    BK_UID_destroy(uut);
+  }
+  EXPECT_EQ(countLines(readLog(), note), 1u);
+  EXPECT_TRUE(bPCalTestSubmitted.load());
+}
+
+}  // namespace

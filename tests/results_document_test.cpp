@@ -1,0 +1,241 @@
+// The results file: its text form, the check it must pass before hand-over,
+// the character checks behind it, and the sample station files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <sstream>
+#include <string>
+
+#include "data/ResultsDocument.h"
+#include "data/ValueScanners.h"
+#include "identity/Exceptions.h"
+#include "interface/Bramblekit.h"
+#include "session/UUT.h"
+#include "support/TestSupport.h"
+
+using namespace bk_test;
+
+namespace {
+
+const char* const kResultsPath = "/vault/data_collection/results.json";
+
+// The exception text of a scanner over the whole text, or "" when it passes.
+std::string complaint(void (*scanner)(const std::string&, size_t, size_t),
+                      const std::string& text) {
+  try {
+    scanner(text, 0, text.size() - 1);
+    return "";
+  } catch (exception_with_string* e) {
+    std::string message = e->getErrorMessage();
+    delete e;
+    return message;
+  }
+}
+
+TEST(ValueScannersTest, OnlyTheAlphabetIsChecked) {
+  for (const char* good : {"1e-3", "+.5", "--", "e", ".", "E+-", "0123456789"}) {
+    EXPECT_TRUE(validateTestSpecVal(good)) << good;
+  }
+  for (const char* bad : {"1,5", "0x10", "", " 1", "na", "NA"}) {
+    EXPECT_FALSE(validateTestSpecVal(bad)) << bad;
+  }
+  EXPECT_TRUE(validateTestSpecVal("StationDidNotCallSetValue"));
+  EXPECT_TRUE(validateDateTimeStampVal("2010-09-22 05:55:18"));
+  EXPECT_TRUE(validateDateTimeStampVal("99:99- 2010"));  // order is never looked at
+  EXPECT_FALSE(validateDateTimeStampVal("2010/09/22"));
+  EXPECT_FALSE(validateDateTimeStampVal(""));
+  EXPECT_TRUE(validateStationIDVal("TSTA_L07-FCT.1"));
+  EXPECT_FALSE(validateStationIDVal("TSTA L07"));
+  EXPECT_FALSE(validateStationIDVal(""));
+}
+
+TEST(ValueScannersTest, ComplaintsNameTheFirstBadPositionFromOne) {
+  EXPECT_EQ(complaint(verifySetValueNumericPlusPeriod, "1,5"),
+            "1,5: Illegal characters @position 2 is not a valid numeric value");
+  EXPECT_EQ(complaint(verifyDateTimeStamp, "12:3x"),
+            "12:3x: Illegal characters @position 5 is not a valid numeric value");
+  EXPECT_EQ(complaint(verifyStationID, "ab c"),
+            "verifyStationIDab c: Illegal characters @position 3 is not alphanumeric or _");
+  // An empty text meets its terminator at once.
+  EXPECT_EQ(complaint(verifyStationID, ""),
+            "verifyStationID: Illegal characters @position 1 is not alphanumeric or _");
+  // Only the given range is scanned.
+  EXPECT_NO_THROW(verifySetValueNumericPlusPeriod("x12y", 1, 2));
+
+  size_t before = countLines(readLog(), "1,5: Illegal characters");
+  EXPECT_FALSE(validateTestSpecVal("1,5"));
+  EXPECT_EQ(countLines(readLog(), "1,5: Illegal characters"), before + 1);
+  EXPECT_FALSE(validateStationIDVal("a b"));
+  EXPECT_EQ(countLines(readLog(), ": ERROR: validateStationIDValverifyStationIDa b: Illegal"), 1u);
+}
+
+// A finished document as commit writes it, before signing.
+Json::Value finishedDocument() {
+  Json::Value doc(Json::objectValue);
+  doc["blobs"] = Json::Value(Json::arrayValue);
+  Json::Value result(Json::objectValue);
+  result["test"] = "T";
+  result["result"] = "NA";
+  doc["results"].append(result);
+  Json::Value& session = doc["test_attributes"];
+  session["uut_start"] = "2024-01-02 03:04:05";
+  session["uut_stop"] = "2024-01-02 03:05:06";
+  session["unit_serial_number"] = "C0212ABCDEF";
+  session["test_result"] = "PASS";
+  session["pdata_not_sent_to_trax"] = Json::Value(Json::arrayValue);
+  session["signature_version"] = "1";
+  Json::Value& station = doc["test_station_attributes"];
+  station["bk_version"] = "1.1.71";
+  station["station_id"] = "TSTA_L07_FCT_1";
+  station["mac_addr"] = "ff:ff:ff:ff:ff:ff";
+  station["station_name"] = "FCT";
+  station["limits_version"] = "L-9";
+  station["software_name"] = "sw";
+  station["software_version"] = "4.2";
+  return doc;
+}
+
+void writeDocument(const Json::Value& doc) {
+  std::ostringstream text;
+  Util_renderResultsJson(text, doc);
+  writeFile(kResultsPath, text.str());
+}
+
+TEST(VerifyResultsTest, FinishedDocumentPasses) {
+  writeDocument(finishedDocument());
+  EXPECT_TRUE(Util_verify_results_json(kResultsPath));
+  EXPECT_EQ(countLines(readLog(), "Total test results objs found [1]"), 1u);
+}
+
+TEST(VerifyResultsTest, EachCheckFailsWithItsOwnLine) {
+  using Change = std::function<void(Json::Value&)>;
+  const std::pair<Change, const char*> cases[] = {
+      {[](Json::Value& d) {
+         d = Json::Value(Json::objectValue);
+         d["results"] = 1;
+         d["x"] = 2;
+       },
+       "Total objects in the results json file are less than 3, see Bramblekit.log for error "},
+      {[](Json::Value& d) { d["results"] = Json::Value(Json::arrayValue); },
+       "Total test results are less than 1, see Bramblekit.log for errors"},
+      {[](Json::Value& d) {
+         d["test_attributes"].removeMember("uut_stop");
+         d["test_attributes"].removeMember("test_result");
+       },
+       "Total test_attributes are less than 5, see Bramblekit.log for error"},
+      {[](Json::Value& d) {
+         for (const char* key : {"limits_version", "software_name", "software_version"}) {
+           d["test_station_attributes"].removeMember(key);
+         }
+       },
+       "Total test_station_attributes are less than 5, see Bramblekit.log for error"},
+      {[](Json::Value& d) { d["test_attributes"]["uut_start"] = "2024/01/02"; },
+       "uut_start time is NOT valid [2024/01/02]"},
+      {[](Json::Value& d) { d["test_attributes"].removeMember("uut_stop"); },
+       "uut_stop time is NOT valid[]"},
+      {[](Json::Value& d) { d["test_station_attributes"]["station_id"] = "A B"; },
+       "station_id time is NOT valid [A B]"},
+      {[](Json::Value& d) { d["test_attributes"]["unit_serial_number"] = ""; },
+       "signature_version or test_result or unit_serial_number time is NOT valid or empty []"},
+      {[](Json::Value& d) { d["test_station_attributes"].removeMember("limits_version"); },
+       "bk_version or limits_version or software_name or software_version is NOT valid or "
+       "empty []"},
+  };
+  for (const auto& [change, line] : cases) {
+    Json::Value doc = finishedDocument();
+    change(doc);
+    writeDocument(doc);
+    size_t before = countLines(readLog(), line);
+    EXPECT_FALSE(Util_verify_results_json(kResultsPath)) << line;
+    EXPECT_EQ(countLines(readLog(), line), before + 1) << line;
+  }
+}
+
+TEST(VerifyResultsTest, UnreadableInputFailsWithoutThrowing) {
+  EXPECT_FALSE(Util_verify_results_json(nullptr));
+  EXPECT_EQ(countLines(readLog(),
+                       "invalid path or file name or file does not exist to verify "
+                       "results json file"),
+            1u);
+  EXPECT_FALSE(Util_verify_results_json("/vault/no/such/results.json"));
+  writeFile(kResultsPath, "{ \"results\": [ ");
+  EXPECT_FALSE(Util_verify_results_json(kResultsPath));
+  EXPECT_EQ(
+      countLines(readLog(), "Could not parse results json file, see Bramblekit.log for error"), 2u);
+  // The signature version is named in a line but never demanded.
+  Json::Value doc = finishedDocument();
+  doc["test_attributes"]["signature_version"] = "";
+  doc["test_attributes"]["test_result"] = "anything";
+  writeDocument(doc);
+  EXPECT_TRUE(Util_verify_results_json(kResultsPath));
+}
+
+TEST(ResultsDocumentTest, SessionDocumentRendersSortedWithTabs) {
+  writeStationFiles();
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));
+  ASSERT_NE(handle, nullptr);
+  CUUT* uut = static_cast<CUUT*>(handle);
+  std::ostringstream text;
+  Util_renderResultsJson(text, uut->getRootJson());
+  const std::string rendered = text.str();
+  EXPECT_LT(rendered.find("\"blobs\""), rendered.find("\"results\""));
+  EXPECT_LT(rendered.find("\"test_attributes\""), rendered.find("\"test_station_attributes\""));
+  EXPECT_NE(rendered.find("\n\t\"blobs\" : "), std::string::npos) << rendered;
+  EXPECT_NE(rendered.find("\n\t\t\"station_id\" : \"TSTA_L07_FUNCTIONAL-TEST_1\""),
+            std::string::npos)
+      << rendered;
+  BK_reply_destroy(BK_UUTCancel(handle));
+  BK_UID_destroy(handle);
+}
+
+TEST(StationFileWritersTest, SamplesMakeAUsablePairOnANewStation) {
+  removeStationFiles();
+  std::filesystem::remove_all(kStationConfigDir);
+  CreateStationInfoFile();
+  CreateStationHealthFile();
+  std::string log = readLog();
+  EXPECT_EQ(countLines(log, std::string("creating file '") + kStationInfoPath + "'"), 1u);
+  EXPECT_EQ(countLines(log, std::string("creating file '") + kHealthPath + "'"), 1u);
+
+  const std::string info = readFile(kStationInfoPath);
+  Json::Value parsed;
+  ASSERT_TRUE(Json::Reader().parse(info, parsed)) << info;
+  EXPECT_EQ(parsed.getMemberNames().size(), 4u);
+  EXPECT_FALSE(parsed.isMember("signature"));
+  EXPECT_EQ(parsed["ksinfo"].size(), 39u);
+  EXPECT_EQ(parsed["ksinfo"]["SFC_TIMEOUT"], 15);
+  EXPECT_EQ(parsed["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"], "OFF");
+  EXPECT_EQ(parsed["lifeline"].size(), 16u);
+  EXPECT_EQ(parsed["lifeline"]["BK_MSG_ERROR_API_SYNTAX"], 0);
+  EXPECT_EQ(parsed["controlbits"]["CONTROL_BITS_STATION_NAMES"][4], "station-5");
+  // Written in this order, one member a line, no blank around the colon.
+  EXPECT_EQ(info.rfind("{\n\t\"ksinfo\":{\n\t\t\"SITE\":\"", 0), 0u) << info;
+  EXPECT_LT(info.find("\"SFC_URL\""), info.find("\"PROV_IP\""));
+  EXPECT_LT(info.find("\"MAC\""), info.find("\"SAVE_BRICKS\""));
+  EXPECT_LT(info.find("\"lifeline\""), info.find("\"swversions\""));
+  EXPECT_LT(info.find("\"swversions\""), info.find("\"controlbits\""));
+  EXPECT_NE(info.find("\n\t\t\"SFC_TIMEOUT\":15,\n"), std::string::npos);
+
+  const std::string health = readFile(kHealthPath);
+  ASSERT_TRUE(Json::Reader().parse(health, parsed)) << health;
+  EXPECT_EQ(parsed.size(), 13u);
+  EXPECT_TRUE(parsed.isMember("network_last_sucessful_check_int"));
+  EXPECT_TRUE(parsed.isMember("kssi_last_sucessful_check"));
+  EXPECT_EQ(parsed["kssi_last_check_timestamp"], "blue");
+  EXPECT_LT(health.find("\"network_ok\":1"), health.find("\"ethernet_ok\":1"));
+
+  // A session starts from the pair and takes the station's facts.
+  UUTHandle handle = nullptr;
+  BKReplyHandle reply = BK_UUTStart(&handle);
+  EXPECT_TRUE(BK_success(reply));
+  BK_reply_destroy(reply);
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(static_cast<CUUT*>(handle)->getRootJson()["test_station_attributes"]["mac_addr"],
+            "ff:ff:ff:ff:ff:ff");
+  BK_reply_destroy(BK_UUTCancel(handle));
+  BK_UID_destroy(handle);
+}
+
+}  // namespace
