@@ -14,6 +14,7 @@
 #include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "interface/Bramblekit.h"
@@ -35,6 +36,9 @@ extern const char* const state_names[5];
 struct SFCThreadState {
   std::atomic<bool> started{false};
   std::atomic<bool> ended{false};
+  // Held while `ended` is set and while the thread is signalled, so that a
+  // signal never goes to a thread that has passed its end.
+  std::mutex endLock;
 };
 
 class CUUT {
@@ -101,6 +105,12 @@ class CUUT {
 
   // --- Shop-floor queries (sfc/) ---
   bool SFC_QueryRecordUnitCheck(std::string serialNumber);
+  // Further queries, ready but without a caller (sfc/QueryThreads.cpp); each
+  // answer that says ok lands in /tmp/sfcstatus.
+  bool SFC_QueryRecord(std::string serialNumber);
+  bool SFC_QueryRecordByStationName(std::string serialNumber);
+  bool SFC_QueryHistory(std::string serialNumber);
+  bool SFC_ServerVersion();
 
   // --- Blobs (session/UUTBlobs.cpp) ---
   // Both take the session's current retention policy; set it first.
@@ -140,6 +150,10 @@ class CUUT {
   time_t timeWhenSFCThreadCreated;
   pthread_t sfcUnitThread;
   std::shared_ptr<SFCThreadState> sfcUnitThreadState;
+  pthread_t sfcQueryRecordThread{};
+  pthread_t sfcQueryRecordByStationNameThread{};
+  pthread_t sfcQueryHistoryThread{};
+  pthread_t sfcServerVersionThread{};
   uint32_t submittedCounts[6];
   bool attributeSerialNumberCreated;
   bool attributeLimitsVersionCreated;

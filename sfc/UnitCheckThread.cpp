@@ -1,0 +1,167 @@
+// CUUT::SFC_QueryRecordUnitCheck and the unit-check thread.
+//
+// The client is asked for the unit with the station's id.  An answer holding
+// "1 SFC_ERROR" is asked again at once, at most 11 calls in all, each error
+// written to the response file as it comes; the last answer, whatever it is,
+// is written under mutex1 so that CUUT::done never reads a half-written file.
+#include "sfc/UnitCheckThread.h"
+
+#include <errno.h>
+#include <pthread.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/Log.h"
+#include "foundation/Mutexes.h"
+#include "session/UUT.h"
+#include "sfc/ClientBinding.h"
+#include "sfc/ThreadSupport.h"
+
+std::atomic<bool> bSupposedToDie{false};
+
+void fnHandleSig(int signal) {
+  if (signal == SIGALRM) bSupposedToDie.store(true);
+}
+
+namespace {
+
+// What the thread needs, copied when it is started: the session may be gone
+// before the thread ends.
+struct UnitCheckParam {
+  std::string serialNumber;
+  std::string uid;
+  std::shared_ptr<SFCThreadState> state;
+};
+
+const int kMaxRetries = 10;  // after the first call
+
+// The thread's work; returns where the thread is to end.
+void runUnitCheck(const std::string& sn, const std::string& uid) {
+  BK_LOG(uid, "Begin Thread for [" << sn << "] sfc-threadid=[" << pthread_self() << "]");
+  std::string url = sfcReadText("SFC_URL");
+  int timeout = sfcReadTimeout();
+  std::string stationId = sfcReadText("STATION_ID");
+
+  std::string path = std::string(tempFilesPath) + uid;
+  if (Util_fileExists(path.c_str())) {
+    unlink(path.c_str());
+    BK_LOG(uid,
+           "Deleting file [" << path
+                             << "] **** [beginning of thread-we should never get here-file not get "
+                                "cleaned last time] ****");
+  }
+  // The time limit is enforced by the readers of the file; here it is only
+  // reported.
+  BK_LOG(uid, "SFC_URL [" << url << "] SFC_TIMEOUT [" << timeout << "]");
+
+  bool retry = true;
+  int attempts = 0;
+  bool forced = false;
+  char* answer = nullptr;
+  sigset_t alarmSet = sfcAlarmSet();
+  // SIGALRM may now reach this thread while it waits in the client.
+  pthread_sigmask(SIG_UNBLOCK, &alarmSet, nullptr);
+  while (retry) {
+    answer = SFCQueryRecordUnitCheck(sn.c_str(), stationId.c_str());
+    if (answer == nullptr) {
+      BK_LOG(uid, "Could not find function in libBKSFCPost.dylib");
+      return;
+    }
+    // The signal only wakes the client; the answer is handled as usual.
+    if (bSupposedToDie.exchange(false)) forced = true;
+    if (strstr(answer, "1 SFC_ERROR") != nullptr && attempts <= kMaxRetries - 1) {
+      ++attempts;
+      sfcWriteResponseFile(path, answer);
+      FreeSFCBuffer(answer);
+      continue;
+    }
+    if (strstr(answer, "0 SFC_OK") != nullptr) {
+      BK_LOG(uid, answer);
+    } else {
+      BK_LOG(uid, "Invalid SFC server response: [" << answer << "] for SN# [" << sn << "].");
+    }
+    retry = false;
+    if (forced && answer == nullptr) {
+      BK_LOG(uid, "Forced Thread Exit for [" << sn << "]");
+      return;
+    }
+  }
+
+  {
+    MutexGuard guard(&mutex1);
+    sfcWriteResponseFile(path, answer);
+    BK_LOG(uid, answer);
+    FreeSFCBuffer(answer);
+  }
+  BK_LOG(uid, "Normal Thread End for [" << sn << "] sfc-threadid=[" << pthread_self() << "]");
+}
+
+}  // namespace
+
+void* threadRunSFCQRUnitCheck(void* arg) {
+  // First of all: the signal's default action would end the whole process.
+  sfcInstallAlarmHandler();
+  std::unique_ptr<UnitCheckParam> param(static_cast<UnitCheckParam*>(arg));
+  std::shared_ptr<SFCThreadState> state = param->state;
+  try {
+    runUnitCheck(param->serialNumber, param->uid);
+  } catch (...) {
+    // Nothing may leave this thread: it would take the station's process down.
+    BK_LOG_ERROR("threadRunSFCQRUnitCheck: Unhandled exception");
+  }
+  param.reset();
+  {
+    std::lock_guard<std::mutex> hold(state->endLock);
+    state->ended.store(true);
+  }
+  state.reset();
+  sfcThreadsRunning.fetch_sub(1);
+  pthread_exit(nullptr);
+}
+
+bool CUUT::SFC_QueryRecordUnitCheck(std::string /*serialNumber*/) {
+  // The thread asks for the number as the session holds it, upper-cased.
+  auto* param = new UnitCheckParam{getSN(), getUID(), std::make_shared<SFCThreadState>()};
+  std::shared_ptr<SFCThreadState> state = param->state;
+  state->started.store(true);
+
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t id;
+  sfcThreadsRunning.fetch_add(1);
+  int result = pthread_create(&id, &attributes, threadRunSFCQRUnitCheck, param);
+  pthread_attr_destroy(&attributes);
+  if (result != 0) {
+    sfcThreadsRunning.fetch_sub(1);
+    delete param;
+    BK_LOG(UID, "SFC_QueryRecordUnitCheck thread creation failed\n");
+    return false;
+  }
+  // Replaced only on success: a failed start leaves any earlier thread's
+  // record as it was.
+  sfcUnitThread = id;
+  sfcUnitThreadState = state;
+  BK_LOG(UID, "SFC_QueryRecordUnitCheck thread successfully created [" << UID << "] sfc-threadid=["
+                                                                       << id << "]");
+  return true;
+}
+
+int sfcUnitThreadProbe(const CUUT* uut) {
+  const std::shared_ptr<SFCThreadState>& state = uut->sfcUnitThreadState;
+  if (!state || !state->started.load() || state->ended.load()) return ESRCH;
+  return 0;
+}
+
+int sfcUnitThreadSignal(CUUT* uut, int signal) {
+  std::shared_ptr<SFCThreadState> state = uut->sfcUnitThreadState;
+  if (!state || !state->started.load()) return ESRCH;
+  std::lock_guard<std::mutex> hold(state->endLock);
+  if (state->ended.load()) return ESRCH;
+  return pthread_kill(uut->sfcUnitThread, signal);
+}

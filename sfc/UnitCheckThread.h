@@ -1,0 +1,43 @@
+// The unit check: one detached thread per session asks shop-floor control
+// whether the unit belongs on this station and leaves the answer in the
+// response file /tmp/<UID>, which the unit process checks and CUUT::done read.
+//
+// The thread works on copies of the serial number and UID taken when it is
+// started and never touches the session again, so it may outlive it.  Its
+// progress is kept in the SFCThreadState that it shares with the session.
+#ifndef BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_
+#define BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_
+
+#include <signal.h>
+
+#include <atomic>
+
+class CUUT;
+
+// Set by fnHandleSig on SIGALRM, read and cleared by the SFC threads.  One
+// flag for the whole process.
+extern std::atomic<bool> bSupposedToDie;
+
+// The SIGALRM handler that every SFC thread installs, process-wide.  Other
+// signal numbers do nothing.
+void fnHandleSig(int signal);
+
+// The thread's body; the argument is the record SFC_QueryRecordUnitCheck made.
+void* threadRunSFCQRUnitCheck(void* param);
+
+// For CUUT::done, which can only probe the detached thread and signal it:
+//
+// sfcUnitThreadProbe: 0 while the session's unit-check thread runs; ESRCH once
+// it has ended, and also when none was ever started.  Unlike pthread_kill(id,
+// 0) it never touches the id of a thread that has gone.
+int sfcUnitThreadProbe(const CUUT* uut);
+
+// sfcUnitThreadSignal: sends `signal` (SIGALRM in practice) to the unit-check
+// thread if it is still running, with the thread held short of its end while
+// the signal goes out.  0 when sent; ESRCH when the thread has ended or never
+// started; otherwise the error of pthread_kill.  SIGALRM only wakes the
+// thread if it is waiting in the client: the answer, when it comes, is
+// handled as usual.
+int sfcUnitThreadSignal(CUUT* uut, int signal);
+
+#endif  // BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_
