@@ -1,0 +1,181 @@
+#include "signature/StationInfoSignature.h"
+
+#include <time.h>
+
+#include <fstream>
+#include <vector>
+
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/Log.h"
+#include "foundation/StationFiles.h"
+#include "interface/Bramblekit.h"
+#include "signature/RawTextCutters.h"
+#include "signature/SignedTexts.h"
+#include "signature/SigningPrimitives.h"
+
+// Lines name the entry point whose check they belong to, whichever helper
+// writes them.
+#define BK_SIGNATURE_LOG(function, expr)                                           \
+  do {                                                                             \
+    std::ostringstream bk_signature_text_;                                         \
+    bk_signature_text_ << expr;                                                    \
+    bkLogSessionLine(kStationSignatureLogTag, function, bk_signature_text_.str()); \
+  } while (0)
+
+namespace {
+
+constexpr const char* kSignatureCheck = "BK_isSignatureOK";
+constexpr const char* kExpiryCheck = "BK_isSigExpOK";
+
+// A station info file is never this short unless the station-management agent
+// is in the middle of rewriting it.
+constexpr std::size_t kShortestWholeFile = 1024;
+constexpr std::size_t kSignatureHexLength = 256;
+
+unsigned signatureFailure() {
+  return BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SIGNATURE);
+}
+
+void fail(CBKReply* reply, const std::string& text) {
+  reply->setData(text);
+  reply->setStatus(signatureFailure());
+}
+
+void pass(CBKReply* reply, const std::string& text) {
+  reply->setData(text);
+  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+}
+
+// Up to three reads, 1 s and then 2 s apart, while the file is missing or
+// short.  A short read leaves its length and text in `message`.
+bool readStationInfo(std::string& text, std::ostringstream& message) {
+  static const char* const kOpenWords[] = {"ks_station_info file open-i",
+                                           "ks_station_info file open-ii",
+                                           "ks_station_info file open-iii"};
+  static const unsigned kPauseMs[] = {1000, 2000, 0};
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    std::ifstream in(ksstationinfoFilePath, std::ios::in | std::ios::binary);
+    if (!in.is_open()) {
+      BK_SIGNATURE_LOG(kSignatureCheck, "can not open ks_station_info file.");
+    } else {
+      BK_SIGNATURE_LOG(kSignatureCheck, kOpenWords[attempt]);
+      text.clear();
+      std::getline(in, text, static_cast<char>(0xFF));
+      if (text.size() >= kShortestWholeFile) return true;
+      BK_SIGNATURE_LOG(kSignatureCheck, "ks_station_info file len-iii: ");
+      message << "Length [" << text.size() << "]\n" << text;
+    }
+    if (kPauseMs[attempt] != 0) Util_sleep(kPauseMs[attempt]);
+  }
+  return false;
+}
+
+}  // namespace
+
+bool checkStationInfoText(const std::string& fileText, std::ostringstream& message,
+                          CBKReply* reply) {
+  // The rule comes from the settings loaded at session start, the text from
+  // the file as it is now.
+  const Json::Value versionValue = getKSInfo()->getValueFor("ksinfo", "SIGNATURE_VERSION");
+  const std::string version = versionValue.isString() ? versionValue.asString() : "";
+
+  std::string signedText;
+  if (version == "1") {
+    BK_SIGNATURE_LOG(kSignatureCheck, "ks_station_info SIGNATURE_VERSION == 1");
+    std::vector<std::string> missing;
+    signedText = stationInfoSignedText(fileText, version, &missing);
+    // A missing piece only makes the verification below fail.
+    for (const std::string& key : missing) {
+      BK_SIGNATURE_LOG(kSignatureCheck, key << " object is missing from the file ");
+    }
+  } else if (version == "2" &&
+             // No type test: an absent or non-numeric event_timestamp throws.
+             getKSInfo()->getValueFor("kestrel_day", "event_timestamp").asInt() == 1) {
+    BK_SIGNATURE_LOG(kSignatureCheck, "[BK_isSignatureOK] ks_station_info SIGNATURE_VERSION == 2");
+    signedText = stationInfoSignedText(fileText, version, nullptr);
+  } else {
+    message << "SIGNATURE_VERSION missing or SIGNATURE_VERSION[2] does not match with "
+               "event_timeStamp[1] ";
+    fail(reply, message.str());
+    return false;
+  }
+
+  std::string signature;
+  std::string digest;
+  const bool found = GetStringFromString(fileText, signature, "signature") &&
+                     GetStringFromString(fileText, digest, "digest");
+  if (!found || signature.length() != kSignatureHexLength) {
+    message << "Couldn't get sign|digest|siglen or NOT valid in the ks_station_info.json file, "
+               "Signature ["
+            << signature << "], length[" << signature.length() << "] is less than 256";
+    fail(reply, message.str());
+    return false;
+  }
+  // Logged for the record only: nothing compares it.
+  BK_SIGNATURE_LOG(kSignatureCheck, "DIGEST FROM ksinfo FILE BELOW");
+  BK_SIGNATURE_LOG(kSignatureCheck, digest);
+
+  // The second try is kept: it can only differ if OpenSSL's process state did.
+  if (verifySig(signedText, signature, "") || verifySig(signedText, signature, "")) {
+    pass(reply, "Digital signature verified OK");
+    return true;
+  }
+  BK_SIGNATURE_LOG(kSignatureCheck, "DEBUG FOR ks_station_info  starts");
+  BK_SIGNATURE_LOG(kSignatureCheck, signedText);
+  BK_SIGNATURE_LOG(kSignatureCheck, digest);
+  BK_SIGNATURE_LOG(kSignatureCheck, signature);
+  BK_SIGNATURE_LOG(kSignatureCheck, " DEBUG FOR ks_station_info  ends");
+  message << "Invalid Signature: signature could not be verified.";
+  fail(reply, message.str());
+  return false;
+}
+
+bool BK_isSignatureOK(BKReplyHandle replyHandle) {
+  CBKReply* reply = static_cast<CBKReply*>(replyHandle);
+  if (reply == nullptr) {
+    BK_LOG_ERROR("NULL reply handle passed as a parameter");
+    return false;
+  }
+  // All working state is local to the call, so concurrent checks need no lock.
+  std::ostringstream message;
+  std::string text;
+  if (!readStationInfo(text, message)) {
+    BK_SIGNATURE_LOG(kSignatureCheck,
+                     "can not open or extract the values from ks_station_info file, bailing out.");
+    fail(reply,
+         "[BK_isSignatureOK]: can not open or extract the values from ks_station_info file, "
+         "bailing out");
+    return false;
+  }
+  return checkStationInfoText(text, message, reply);
+}
+
+bool BK_isSigExpOK(BKReplyHandle replyHandle) {
+  CBKReply* reply = static_cast<CBKReply*>(replyHandle);
+  if (reply == nullptr) {
+    BK_LOG_ERROR("NULL reply handle passed as a parameter");
+    return false;
+  }
+  // No type tests: a version that cannot be a string, or an absent or
+  // non-numeric expiration, throws to the caller.
+  const std::string version = getKSInfo()->getValueFor("ksinfo", "SIGNATURE_VERSION").asString();
+  if (version == "2") {
+    BK_SIGNATURE_LOG(kExpiryCheck, "ks_station_info SIGNATURE_VERSION == 2");
+    pass(reply, "ks_station_info SIGNATURE_VERSION == 2");
+    return true;
+  }
+  // 64 bits, so that an expiry after 2038 still reads as a number.
+  const Json::Int64 expiration =
+      getKSInfo()->getValueFor("ksinfo", "SIGNATURE_EXPIRATION").asInt64();
+  const Json::Int64 now = static_cast<Json::Int64>(time(nullptr));
+  if (expiration < now) {
+    std::ostringstream text;
+    text << "[BK_isSigExpOK] ksinfo signature expired, TimeNow =[" << now
+         << "] - SIGNATURE_EXPIRATION time [" << expiration << "] = [" << now - expiration << "]";
+    BK_SIGNATURE_LOG(kExpiryCheck, text.str());
+    fail(reply, text.str());
+    return false;
+  }
+  return true;
+}

@@ -1,0 +1,14 @@
+// The consumers' check of a committed results file: both signatures, against
+// the texts recovered from the file as it lies on disk.
+#ifndef BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_
+#define BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_
+
+#include <string>
+
+// True when otter_signature and ocelot_signature of the results file text
+// `fileText` both verify with the PEM public key at `keyPath`.  Otherwise
+// false, with a one-line `reason`.
+bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
+                         std::string& reason);
+
+#endif  // BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_

@@ -1,0 +1,34 @@
+// verify_results: the consumers' side of the results signatures.
+//
+//   verify_results RESULTS_PUBLIC_KEY.pem results.Json
+//
+// Recovers the two signed texts from a committed results file and checks
+// otter_signature and ocelot_signature against them.  The OTTER text is the
+// span from the first "[" after "results" through the last "]" of the file,
+// minus the lines of the two signature members that signing added inside it;
+// the OCELOT text joins the unit's and station's identifying values.
+//
+// Exit status 0 when both signatures hold; 1 with one line on standard error
+// naming the reason otherwise; 2 for a usage error.
+#include <iostream>
+#include <string>
+
+#include "tools/ResultsVerifier.h"
+#include "tools/ToolCrypto.h"
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::cerr << "usage: verify_results RESULTS_PUBLIC_KEY.pem results.Json" << std::endl;
+    return 2;
+  }
+  std::string text;
+  std::string reason;
+  if (!readWholeFile(argv[2], text)) {
+    reason = std::string("cannot read ") + argv[2];
+  } else if (verifySignedResults(argv[1], text, reason)) {
+    std::cout << "verify_results: both signatures verified" << std::endl;
+    return 0;
+  }
+  std::cerr << "verify_results: " << reason << std::endl;
+  return 1;
+}
