@@ -1,0 +1,340 @@
+// CUUT::done: closes a session to new data.  It checks the station once more,
+// collects the background unit check's verdict, turns what it found into a
+// failing test, and moves the directory on to UID.did.  A failure found here is
+// reported in the reply; it never stops the move.
+#include <errno.h>
+#include <signal.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "data/ResultBrick.h"
+#include "foundation/Constants.h"
+#include "foundation/FileBasics.h"
+#include "foundation/FileUtilities.h"
+#include "foundation/Log.h"
+#include "foundation/Mutexes.h"
+#include "foundation/StationFiles.h"
+#include "interface/Status.h"
+#include "session/UUT.h"
+#include "sfc/UnitCheckThread.h"
+#include "station/Features.h"
+
+namespace {
+
+std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData() : ""; }
+
+// The policy entries are read as the JSON library's asInt() would read them,
+// except that a missing entry or a text counts as "not 1" (PASSIVE) instead of
+// throwing out of done: the station's session must still reach UID.did.
+bool lifelineIntIsOne(const char* key) {
+  Json::Value value = getKSInfo()->getValueFor("lifeline", key);
+  return value.isConvertibleTo(Json::intValue) && value.asInt() == 1;
+}
+
+bool lifelineIsInteger1(const char* key) {
+  Json::Value value = getKSInfo()->getValueFor("lifeline", key);
+  return value.isInt() && value.asInt() == 1;
+}
+
+struct HealthRow {
+  bool (*check)(UUTHandle, BKReplyHandle);
+  const char* lifelineKey;
+  const char* activeText;
+  const char* activeName;
+  const char* passiveText;
+  const char* passiveName;
+  bool detailIsRowText;  // else the check's own text
+};
+
+// Colons and blanks differ from row to row on purpose: the names become test
+// names in the results that the servers already know.
+const HealthRow kHealthRows[] = {
+    {BK_isMartenRunning, "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
+     "Marten not running [ACTIVE]: ", "Marten not running [ACTIVE]:",
+     "Marten not running [PASSIVE]: ", "Marten not running [PASSIVE]: ", false},
+    {BK_isEtherNetOK, "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+     "EtherNet unplugged [ACTIVE]: ", "EtherNet unplugged [ACTIVE]", "EtherNet unplugged [PASSIVE]",
+     "EtherNet unplugged [PASSIVE]", false},
+    {BK_isNetWorkOK, "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
+     "Can't ping TRAX, DCS, nor KS [ACTIVE]: ", "Network Not Okay [ACTIVE]",
+     "Can't ping TRAX, DCS, nor KS [PASSIVE]: ", "Network Not Okay [PASSIVE]: ", true},
+};
+
+}  // namespace
+
+// The station checks of done, steps 3 to 8; split out so that one handler
+// covers them all.
+static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& stream) {
+  const std::string& UID = uut->UID;
+  if (!uut->stopTimeSet) uut->createTimestampFile(UUT_STATE_DONE);
+
+  if (uut->pendingFailureActive) {
+    reply->setData(uut->pendingFailureMessage);
+    reply->setStatus(
+        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
+  }
+
+  // A bad signature is ACTIVE whatever the station's policy says: the policy
+  // itself lives in the file that failed the test.
+  if (!BK_isSignatureOK(reply)) {
+    uut->pendingFailure = true;
+    stream << "ERROR: ks_station_info signature NOT OK," << textOf(reply);
+    BK_LOG(UID, stream.str());
+    uut->pendingFailureName = "Signature  NOT OK [ACTIVE]:";
+    uut->pendingFailureDetail = textOf(reply);
+    uut->pendingFailureActive = true;
+    uut->pendingFailureMessage = stream.str();
+  }
+
+  // Built by hand, past the policy: a pending failure, even a passive one,
+  // fails the reply at this point; later steps may clear it again.
+  if (uut->pendingFailure) {
+    reply->setStatus(kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) |
+                     BK_MSG_ERROR_CANOPY_AMIOKAY);
+    reply->setData(uut->pendingFailureMessage);
+  }
+
+  // An expired signature is recorded but never stops a session.
+  if (!uut->pendingFailureActive && !BK_isSigExpOK(reply)) {
+    uut->pendingFailure = true;
+    stream << "Signature NOT OK [PASSIVE]: " << textOf(reply);
+    BK_LOG(UID, stream.str());
+    uut->pendingFailureName = "Signature NOT OK [PASSIVE]: ";
+    uut->pendingFailureDetail = textOf(reply);
+    uut->pendingFailureActive = false;
+    reply->setStatus(0);
+    reply->setData("");
+    uut->pendingFailureMessage = stream.str();
+  }
+
+  getSHCheck()->refresh();
+
+  for (const HealthRow& row : kHealthRows) {
+    if (uut->pendingFailureActive) break;
+    if (row.check(uut, reply)) continue;
+    uut->pendingFailure = true;
+    std::string checkText = textOf(reply);
+    if (lifelineIntIsOne(row.lifelineKey)) {
+      stream << row.activeText << checkText;
+      BK_LOG_ERROR(stream.str());
+      uut->pendingFailureName = row.activeName;
+      uut->pendingFailureDetail = row.detailIsRowText ? row.activeText : checkText;
+      uut->pendingFailureActive = true;
+    } else {
+      stream << row.passiveText << checkText;
+      BK_LOG(UID, stream.str());
+      uut->pendingFailureName = row.passiveName;
+      uut->pendingFailureDetail = row.detailIsRowText ? row.passiveText : checkText;
+      uut->pendingFailureActive = false;
+      reply->setStatus(0);
+      reply->setData("");
+    }
+  }
+}
+
+// Records an SFC failure under the policy entry for `key`, ACTIVE or PASSIVE.
+static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& stream, bool active,
+                             const std::string& namePrefix, const std::string& detail,
+                             unsigned message) {
+  const std::string& UID = uut->UID;
+  uut->pendingFailure = true;
+  uut->pendingFailureActive = active;
+  uut->pendingFailureName = namePrefix + (active ? " [ACTIVE]" : " [PASSIVE]");
+  uut->pendingFailureDetail = detail;
+  if (active) {
+    BK_LOG_ERROR(stream.str());
+    reply->setData(stream.str());
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+    BK_LOG(UID, stream.str());
+  } else {
+    BK_LOG(UID, stream.str());
+    reply->setStatus(0);
+    reply->setData("");
+  }
+}
+
+// The server's words out of an out-of-process line.  The cut keeps its
+// historic offsets; a line too short for them gives an empty text instead of
+// an exception out of done.
+static std::string cutOutOfProcessText(std::string line) {
+  long p = static_cast<long>(line.find("Response=0 SFC_OK"));
+  if (line.find("Response=0 SFC_OK") == std::string::npos) p = -1;
+  if (p >= 0) line.erase(static_cast<size_t>(p), static_cast<size_t>(p + 17));
+  size_t start = static_cast<size_t>(p + 19);
+  std::string text = start <= line.size() ? line.substr(start) : std::string();
+  return text.substr(0, text.find_last_of(","));
+}
+
+// Ends the unit-check thread, at most with one signal, and takes its verdict.
+// Runs with mutex1 held; `response` was opened before the section began.
+static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& stream,
+                              std::ifstream& response, const std::string& responsePath) {
+  const std::string& UID = uut->UID;
+  BK_LOG(UID, "Entering done thread section");
+
+  int killResult = -1;
+  if (sfcUnitThreadProbe(uut) != ESRCH) {
+    BK_LOG(UID, "Thread Alive: sfc-threadid=[" << uut->sfcUnitThread << "]");
+    killResult = sfcUnitThreadSignal(uut, SIGALRM);
+    if (killResult == 0) {
+      // Says only that the signal was delivered.
+      BK_LOG(UID, "Thread NOT Alive now");
+    } else {
+      BK_LOG(UID, "Thread still Alive now trying again");
+      killResult = sfcUnitThreadSignal(uut, SIGALRM);
+    }
+
+    bool timedOut = false;
+    Json::Value timeout = getKSInfo()->getValueFor("ksinfo", "SFC_TIMEOUT");
+    time_t created = uut->timeWhenSFCThreadCreated;
+    if (!timeout.isInt() || created < 0) {
+      BK_LOG(UID, "Can not read values from ks_station_info.json file");
+    } else {
+      int limit = timeout.asInt();
+      BK_LOG(UID, "SFC_QUERY_UNIT: SFC_TIMEOUT[" << limit << "]");
+      time_t now = time(nullptr);
+      int32_t difference = static_cast<int32_t>(now - created);
+      if (difference < limit) {
+        BK_LOG(UID, "SFC_QUERY_UNIT: timeNow[" << now << "] - timeWhenSFCThreadCreated [" << created
+                                               << "] = [" << difference << "] < SFC_TIMEOUT ["
+                                               << limit << "] no action required.");
+      } else {
+        timedOut = true;
+      }
+    }
+
+    if (timedOut && killResult == 0 && !Util_fileExists(responsePath.c_str())) {
+      std::string killed = "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + UID + "]";
+      stream << killed;
+      BK_LOG(UID, killed);
+      bool active = lifelineIsInteger1("BK_MSG_ERROR_SFC_QUERY_UNIT");
+      stream << (active ? " [ACTIVE]" : " [PASSIVE]");
+      recordSFCFailure(uut, reply, stream, active, "SFC_QUERY_UNIT", killed,
+                       BK_MSG_ERROR_SFC_QUERY_UNIT);
+    } else {
+      BK_LOG(UID,
+             "End of running thread : probably fatal error has already happened or SFC_TIMEOUT "
+             "value for SFC_QUERY_UNIT within the limit or invalid ["
+                 << killResult << "]");
+    }
+  }
+
+  // A file that appeared after the stream was opened counts as unopened.
+  std::string line;
+  if (!Util_fileExists(responsePath.c_str()) || !response.is_open() || response.fail()) {
+    BK_LOG(UID, "server response file does not exists or fails to open file or thread killed?");
+    return;
+  }
+  std::getline(response, line);
+
+  if (line.find("No response from SFC") != std::string::npos) {
+    bool active = lifelineIsInteger1("BK_MSG_ERROR_SFC_QUERY_UNIT");
+    stream << (active ? "SFC_QUERY_UNIT no Response from server: [ACTIVE]"
+                      : "SFC_QUERY_UNIT no Response from server: [PASSIVE]");
+    recordSFCFailure(uut, reply, stream, active, "SFC_QUERY_UNIT", line,
+                     BK_MSG_ERROR_SFC_QUERY_UNIT);
+  } else if (line.find("UNIT OUT OF PROCESS") != std::string::npos ||
+             line.find("UNIT_OUT_OF_PROCESS") != std::string::npos) {
+    std::string text = cutOutOfProcessText(line);
+    stream << text;
+    bool active = lifelineIntIsOne("BK_MSG_ERROR_UNIT_OUT_OF_PROCESS");
+    stream << (active ? " [ACTIVE]" : " [PASSIVE]");
+    recordSFCFailure(uut, reply, stream, active, "UNIT_OUT_OF_PROCESS", text,
+                     BK_MSG_ERROR_UNIT_OUT_OF_PROCESS);
+  } else if (line.find("OK") != std::string::npos) {
+    BK_LOG(UID, "Unit processed : OK");
+  } else {
+    BK_LOG(UID, line);
+  }
+}
+
+CBKReply* CUUT::done() {
+  CBKReply* reply = new CBKReply();
+  if (state != UUT_STATE_OPEN) {
+    std::ostringstream text;
+    text << "The UUT object was not valid for this transition type. state from=";
+    if (static_cast<unsigned>(state) < 5) {
+      text << state_names[state];
+    } else {
+      text << static_cast<unsigned>(state);
+    }
+    text << " to=" << state_names[UUT_STATE_DONE];
+    reply->setData(text.str());
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+    BK_LOG_ERROR(text.str());
+    return reply;
+  }
+
+  std::ostringstream stream;
+  try {
+    checkStationAtDone(this, reply, stream);
+  } catch (...) {
+    std::string text = std::string("done") + "WHOOPS! unhandled exception!";
+    reply->setData(text);
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    BK_LOG_ERROR(text);
+  }
+
+  CResultBrick::resetFileCounter();
+
+  {
+    MutexGuard responseLock(&mutex1);
+    std::string responsePath = std::string(tempFilesPath) + UID;
+    std::ifstream response(responsePath.c_str());
+    if (Util_featureON("SFC_QUERY_UNIT_ON_OFF") && !pendingFailureActive) {
+      doneThreadSection(this, reply, stream, response, responsePath);
+    } else {
+      BK_LOG(UID, "SFC_QUERY/UOP FEATURE set to [OFF] or FATAL ERROR already happened");
+    }
+    if (response.is_open()) response.close();
+    if (Util_fileExists(responsePath.c_str())) {
+      BK_LOG(UID, "deleting server response file, no longer needed [" << responsePath << "]");
+      unlink(responsePath.c_str());
+    }
+  }
+
+  // The failure becomes a failing test while the session still takes
+  // results; commit recognises it by the count of one failure.
+  if (pendingFailure) {
+    if (stream.str().empty()) stream << pendingFailureMessage;
+    createDummyFailTest("FATAL ERROR", pendingFailureName.c_str(), pendingFailureDetail.c_str(),
+                        stream.str().c_str());
+  }
+
+  uint32_t total = testPasses + testFailures + testNAs;
+  BK_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
+  BK_LOG(UID, "Total tests [Passed] = [" << testPasses << "]");
+  BK_LOG(UID, "Total tests [Failed] = [" << testFailures << "]");
+  if (testNAs != 0) {
+    BK_LOG(UID, "Total tests [NAs] = [" << testNAs << "]");
+    BK_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
+  } else {
+    BK_LOG(UID, "Total tests [Passed + Failed] = [" << testPasses + testFailures << "]");
+  }
+  if (notSentCount != 0) BK_LOG(UID, "Total tests [NotSentToTRAX] = [" << notSentCount << "]");
+
+  // Results of the renames are not looked at: the session moves on in any
+  // case.  A rename that keeps failing throws after its retries; that is
+  // logged here rather than thrown at the station.
+  try {
+    Util_fileRename(getPath(UUT_STATE_OPEN).c_str(), getPath(UUT_STATE_DONE).c_str());
+  } catch (...) {
+    BK_LOG_ERROR("Can not rename '" << getPath(UUT_STATE_OPEN) << "'");
+  }
+  state = UUT_STATE_DONE;
+  try {
+    Util_fileRename(getPath(UUT_STATE_DONE).c_str(), getPath(UUT_STATE_DID).c_str());
+  } catch (...) {
+    BK_LOG_ERROR("Can not rename '" << getPath(UUT_STATE_DONE) << "'");
+  }
+  state = UUT_STATE_DID;
+
+  if (!pendingFailure || !pendingFailureActive) {
+    BK_LOG(UID, "Returning success");
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  }
+  return reply;
+}

@@ -1,0 +1,118 @@
+// White-box helpers for tests that take a session to its end: a station that
+// passes every check of done, and sessions filled with results.
+#ifndef BRAMBLEKIT_TESTS_SUPPORT_SESSIONRUN_H_
+#define BRAMBLEKIT_TESTS_SUPPORT_SESSIONRUN_H_
+
+#include <gtest/gtest.h>
+#include <json/json.h>
+#include <string.h>
+#include <time.h>
+
+#include <string>
+
+#include "DevelopmentKeys.h"
+#include "interface/Bramblekit.h"
+#include "session/UUT.h"
+#include "support/SignedStation.h"
+#include "support/TestSupport.h"
+#include "tools/ResultsVerifier.h"
+
+namespace bk_test {
+
+inline constexpr const char* kUutData = "/vault/data_collection/uut_data/";
+inline constexpr const char* kSerial = "C0212ABCDEF";
+
+// A station whose signature is good and does not expire for a day.
+inline Json::Value readyStationInfo() {
+  Json::Value info = sampleStationInfo();
+  info["ksinfo"]["SIGNATURE_EXPIRATION"] = static_cast<Json::Int64>(time(nullptr) + 86400);
+  return info;
+}
+
+inline void writeReadyStation(const Json::Value& info = readyStationInfo(),
+                              const Json::Value& health = sampleHealth()) {
+  writeSignedStationFiles(info, health);
+}
+
+inline CUUT* startSession() {
+  UUTHandle handle = nullptr;
+  BKReplyHandle reply = BK_UUTStart(&handle);
+  EXPECT_TRUE(BK_success(reply)) << BK_reply_getError(reply);
+  BK_reply_destroy(reply);
+  return static_cast<CUUT*>(handle);
+}
+
+inline void expectSuccess(BKReplyHandle reply, const char* what) {
+  EXPECT_TRUE(BK_success(reply)) << what << ": " << BK_reply_getError(reply);
+  BK_reply_destroy(reply);
+}
+
+inline void addAttributes(CUUT* uut, bool withLimits = true) {
+  expectSuccess(BK_addAttribute(uut, "serialnumber", kSerial), "serialnumber");
+  expectSuccess(BK_addAttribute(uut, "softwarename", "station-sw"), "softwarename");
+  expectSuccess(BK_addAttribute(uut, "softwareversion", "4.2.0"), "softwareversion");
+  if (withLimits) expectSuccess(BK_addAttribute(uut, "limitsversion", "L-9"), "limitsversion");
+}
+
+inline void addResult(CUUT* uut, BK_PASSFAILRESULT verdict, const std::string& name,
+                      const char* value = nullptr) {
+  testSpecHandle spec = BK_testSpec_create();
+  testResultHandle result = BK_testResult_create();
+  BK_testSpec_setTestName(spec, name.c_str(), name.size());
+  BK_testSpec_setPriority(spec, BK_TRAX_PRIORITY_P1);
+  if (value != nullptr) {
+    BK_testSpec_setLimits(spec, "0", 1, "10", 2);
+    BK_testResult_setValue(result, value, strlen(value));
+  }
+  BK_testResult_setResult(result, verdict);
+  if (verdict == BK_FAIL) BK_testResult_setMessage(result, "out of range", 12);
+  expectSuccess(BK_addResult(uut, spec, result), "result");
+  BK_testSpec_destroy(spec);
+  BK_testResult_destroy(result);
+}
+
+inline void addResults(CUUT* uut, int passes, int failures, int nas) {
+  for (int i = 0; i < passes; ++i) addResult(uut, BK_PASS, "pass_" + std::to_string(i));
+  for (int i = 0; i < failures; ++i) addResult(uut, BK_FAIL, "fail_" + std::to_string(i));
+  for (int i = 0; i < nas; ++i) addResult(uut, BK_NA, "na_" + std::to_string(i));
+}
+
+// Status and text of a reply, which is then freed.
+struct Answer {
+  bool success;
+  unsigned status;
+  std::string text;
+};
+
+inline Answer answerOf(CBKReply* reply) {
+  Answer answer{BK_success(reply), reply->getStatus(), reply->hasData() ? reply->getData() : ""};
+  delete reply;
+  return answer;
+}
+
+inline Answer answerOf(BKReplyHandle reply) { return answerOf(static_cast<CBKReply*>(reply)); }
+
+inline std::string dirOf(CUUT* uut, const char* suffix) {
+  return std::string(kUutData) + uut->getUID() + suffix;
+}
+
+inline Json::Value parseFile(const std::string& path) {
+  Json::Value root;
+  Json::Reader reader;
+  EXPECT_TRUE(reader.parse(readFile(path), root)) << path;
+  return root;
+}
+
+// Both signatures of a committed results file hold, as its consumers check
+// them, with the development results key.
+inline ::testing::AssertionResult verifyCommittedResults(const std::string& path) {
+  std::string reason;
+  if (verifySignedResults(BK_DEV_RESULTS_PUBLIC_KEY, readFile(path), reason)) {
+    return ::testing::AssertionSuccess();
+  }
+  return ::testing::AssertionFailure() << reason;
+}
+
+}  // namespace bk_test
+
+#endif  // BRAMBLEKIT_TESTS_SUPPORT_SESSIONRUN_H_
