@@ -1,0 +1,138 @@
+// Log rotation by size and pruning of old copies by age.
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "foundation/LogHousekeeping.h"
+#include "foundation/StationFiles.h"
+#include "interface/Bramblekit.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+const char* const kRotated = "/vault/rotate-me.log";
+
+std::vector<std::string> rotatedCopies() {
+  std::vector<std::string> names;
+  DIR* dir = opendir("/vault/");
+  while (dirent* entry = readdir(dir)) {
+    std::string name = entry->d_name;
+    if (name.find("Bramblekit-") != std::string::npos) names.push_back(name);
+  }
+  closedir(dir);
+  return names;
+}
+
+// Station settings as the library sees them after a session's start.
+void useSettings(const Json::Value& rotateSize, const Json::Value& maximumAge) {
+  Json::Value info = bk_test::sampleStationInfo();
+  if (!rotateSize.isNull()) info["ksinfo"]["ROTATE_OTTER_LOG_SIZE_OF"] = rotateSize;
+  if (!maximumAge.isNull()) info["ksinfo"]["REMOVE_OTTER_LOG_OLDER_THAN"] = maximumAge;
+  bk_test::writeStationFiles(info);
+  getKSInfo()->refresh();
+}
+
+void makeFileOfSize(const std::string& path, off_t size) {
+  bk_test::writeFile(path, "start of the log\n");
+  ASSERT_EQ(truncate(path.c_str(), size), 0);
+}
+
+void age(const std::string& path, long seconds) {
+  timeval times[2];
+  gettimeofday(&times[0], nullptr);
+  times[0].tv_sec -= seconds;
+  times[1] = times[0];
+  ASSERT_EQ(utimes(path.c_str(), times), 0);
+}
+
+TEST(LogRotation, AtTheLimitCopiedAndEmptiedOneByteLessLeftAlone) {
+  useSettings(1000, Json::Value());
+  makeFileOfSize(kRotated, 999);
+  Util_rotateLog(kRotated);
+  EXPECT_TRUE(rotatedCopies().empty());
+  EXPECT_EQ(bk_test::readFile(kRotated).size(), 999u);
+
+  makeFileOfSize(kRotated, 1000);
+  const std::string before = bk_test::readFile(kRotated);
+  Util_rotateLog(kRotated);
+  std::vector<std::string> copies = rotatedCopies();
+  ASSERT_EQ(copies.size(), 1u);
+  EXPECT_TRUE(
+      std::regex_match(copies[0], std::regex("Bramblekit-[0-9]{8}-[0-9]{6}\\.[0-9]{6}\\.log")))
+      << copies[0];
+  EXPECT_EQ(bk_test::readFile("/vault/" + copies[0]), before);
+  EXPECT_EQ(bk_test::readFile(kRotated).size(), 0u);
+
+  Util_rotateLog("/vault/absent.log");  // nothing to do, no lock left held
+  makeFileOfSize(kRotated, 2000);
+  Util_rotateLog(kRotated);
+  EXPECT_EQ(rotatedCopies().size(), 2u);
+}
+
+TEST(LogRotation, DefaultOf50MiBForAWrongTypeOrNoStationFile) {
+  for (bool withStationFile : {false, true}) {
+    if (withStationFile) useSettings("1000", Json::Value());
+    makeFileOfSize(kRotated, 52428799);
+    Util_rotateLog(kRotated);
+    EXPECT_TRUE(rotatedCopies().empty());
+    makeFileOfSize(kRotated, 52428800);
+    Util_rotateLog(kRotated);
+    ASSERT_EQ(rotatedCopies().size(), 1u);
+    unlink(("/vault/" + rotatedCopies()[0]).c_str());
+  }
+}
+
+TEST(LogPruning, OldCopiesGoTheLiveLogAndNewOnesStay) {
+  useSettings(Json::Value(), 100);
+  bk_test::writeFile("/vault/Bramblekit-old.log", "old");
+  bk_test::writeFile("/vault/x-Bramblekit-old.txt", "old");
+  bk_test::writeFile("/vault/Bramblekit-new.log", "new");
+  bk_test::writeFile("/vault/Bramblekit.log", "live");
+  age("/vault/Bramblekit-old.log", 101);
+  age("/vault/x-Bramblekit-old.txt", 101);
+  age("/vault/Bramblekit-new.log", 50);
+  age("/vault/Bramblekit.log", 1000);
+  Util_deleteLogs("/vault/");
+  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-old.log"));
+  EXPECT_FALSE(bk_test::fileExists("/vault/x-Bramblekit-old.txt"));  // any name that holds it
+  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit-new.log"));
+  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit.log"));
+  Util_deleteLogs("/vault/absent/");  // no directory: nothing happens
+}
+
+TEST(LogPruning, DefaultOf30DaysForAWrongType) {
+  useSettings(Json::Value(), "100");
+  bk_test::writeFile("/vault/Bramblekit-a.log", "a");
+  bk_test::writeFile("/vault/Bramblekit-b.log", "b");
+  age("/vault/Bramblekit-a.log", 2592000 + 5);
+  age("/vault/Bramblekit-b.log", 2592000 - 100);
+  Util_deleteLogs("/vault/");
+  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-a.log"));
+  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit-b.log"));
+}
+
+TEST(LogHousekeeping, FreeingASessionRotatesAndPrunes) {
+  Json::Value info = bk_test::sampleStationInfo();
+  info["ksinfo"]["ROTATE_OTTER_LOG_SIZE_OF"] = 200;
+  info["ksinfo"]["REMOVE_OTTER_LOG_OLDER_THAN"] = 100;
+  bk_test::writeStationFiles(info);
+  bk_test::writeFile("/vault/Bramblekit-stale.log", "stale");
+  age("/vault/Bramblekit-stale.log", 500);
+  UUTHandle handle = nullptr;
+  BKReplyHandle reply = BK_UUTStart(&handle);
+  ASSERT_TRUE(BK_success(reply));
+  BK_reply_destroy(reply);
+  ASSERT_GE(bk_test::readLog().size(), 200u);  // the start alone logs more than that
+  BK_UID_destroy(handle);
+  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-stale.log"));
+  EXPECT_EQ(rotatedCopies().size(), 1u);
+  EXPECT_LT(bk_test::readLog().size(), 200u);
+}
+
+}  // namespace
