@@ -5,6 +5,7 @@
 
 #include <iomanip>
 #include <iostream>
+#include <mutex>
 
 #include "foundation/Mutexes.h"
 
@@ -47,7 +48,13 @@ void CBKLog::setupFileStream() {
   write(header.c_str());
 }
 
+// The SFC threads log beside the application's thread, and one stream may not
+// be written by two threads at once.  The lock is held for the insertion and
+// the flush only, with nothing else taken inside it.
+static std::mutex logWriteLock;
+
 void CBKLog::write(const char* text) {
+  std::lock_guard<std::mutex> hold(logWriteLock);
   if (stream_ == nullptr || !stream_->is_open()) return;
   *stream_ << text;
   stream_->flush();
