@@ -13,6 +13,22 @@ std::atomic<uint32_t> CResultBrick::counter{0};
 
 namespace {
 
+// A session holds tens of thousands of records: keys and constant texts are
+// stored by reference to these literals instead of a copy in each record.
+const Json::StaticString kTest("test");
+const Json::StaticString kSubTest("sub_test");
+const Json::StaticString kSubSubTest("sub_sub_test");
+const Json::StaticString kParametricKey("parametric_key");
+const Json::StaticString kValue("value");
+const Json::StaticString kLowerLimit("lower_limit");
+const Json::StaticString kUpperLimit("upper_limit");
+const Json::StaticString kUnits("units");
+const Json::StaticString kPriority("priority");
+const Json::StaticString kTestType("test_type");
+const Json::StaticString kResult("result");
+const Json::StaticString kMessage("message");
+const Json::StaticString kEmpty("");
+
 // The non-empty names joined by single blanks.
 std::string parametricKeyOf(const CBKTestSpec& spec) {
   std::string key;
@@ -63,21 +79,21 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
   const CBKTestResult& result = *static_cast<CBKTestResult*>(testResult);
 
   try {
-    Json::Value& root = uut->getRootJson();
+    Json::Value& results = uut->getRootJson()["results"];
     Json::Value record(Json::objectValue);
-    if (!spec.testNameRef().empty()) record["test"] = spec.testNameRef();
-    if (!spec.subTestNameRef().empty()) record["sub_test"] = spec.subTestNameRef();
-    if (!spec.subSubTestNameRef().empty()) record["sub_sub_test"] = spec.subSubTestNameRef();
+    if (!spec.testNameRef().empty()) record[kTest] = spec.testNameRef();
+    if (!spec.subTestNameRef().empty()) record[kSubTest] = spec.subTestNameRef();
+    if (!spec.subSubTestNameRef().empty()) record[kSubSubTest] = spec.subSubTestNameRef();
 
     if (result.valueRef() == kValueNotSet) {
       // A pass/fail record: no key, no duplicate test, and whatever limits,
       // units and priority the station set are dropped.
-      record["value"] = "";
-      record["lower_limit"] = "";
-      record["upper_limit"] = "";
-      record["units"] = "";
-      record["test_type"] = "PF";
-      record["priority"] = "";
+      record[kValue] = kEmpty;
+      record[kLowerLimit] = kEmpty;
+      record[kUpperLimit] = kEmpty;
+      record[kUnits] = kEmpty;
+      record[kTestType] = Json::StaticString("PF");
+      record[kPriority] = kEmpty;
     } else {
       std::string key = parametricKeyOf(spec);
       if (key.size() > kMaxParametricKeyLength) {
@@ -86,7 +102,6 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
         return reply;
       }
       // The first record of a session is never a duplicate.
-      Json::Value& results = root["results"];
       if (!results.empty() && uut->parametricKeys.count(key) != 0) {
         BK_FAIL_REPLY(
             reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
@@ -97,9 +112,9 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
       // document holds a record, a refused result can not be sent again under
       // the same names.
       uut->parametricKeys.emplace(key, 0.0);
-      if (!key.empty()) record["parametric_key"] = std::move(key);
-      record["units"] = spec.unitsRef();
-      record["priority"] = spec.getPriority();
+      if (!key.empty()) record[kParametricKey] = std::move(key);
+      record[kUnits] = spec.unitsRef();
+      record[kPriority] = spec.getPriority();
 
       if (!acceptableNumber(result.valueRef())) {
         BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
@@ -107,40 +122,40 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
                           spec.testNameRef() + "]");
         return reply;
       }
-      record["value"] = result.valueRef();
+      record[kValue] = result.valueRef();
       if (!acceptableNumber(spec.lowerSpecLimitRef())) {
         BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
                       "Invalid Lower limit value : [" + spec.lowerSpecLimitRef() +
                           "] for the Test[" + spec.testNameRef() + "]");
         return reply;
       }
-      record["lower_limit"] = spec.lowerSpecLimitRef();
+      record[kLowerLimit] = spec.lowerSpecLimitRef();
       if (!acceptableNumber(spec.upperSpecLimitRef())) {
         BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
                       "Invalid Upper Limit value : [" + spec.upperSpecLimitRef() +
                           "] for the Test[" + spec.testNameRef() + "]");
         return reply;
       }
-      record["upper_limit"] = spec.upperSpecLimitRef();
+      record[kUpperLimit] = spec.upperSpecLimitRef();
     }
 
     switch (result.getResult()) {
       case BK_PASS:
-        record["result"] = "pass";
+        record[kResult] = Json::StaticString("pass");
         break;
       case BK_FAIL:
-        record["result"] = spec.getInfoOnly() ? "info_only" : "fail";
-        record["message"] = result.messageRef();
+        record[kResult] = Json::StaticString(spec.getInfoOnly() ? "info_only" : "fail");
+        record[kMessage] = result.messageRef();
         break;
       case BK_NA:
-        record["result"] = "NA";
+        record[kResult] = Json::StaticString("NA");
         break;
       default:
         BK_LOG(uut->getUID(), "create"
                                   << "Invalid result type: " << result.getResult());
         throw exception_with_string("Invalid result type");
     }
-    root["results"].append(std::move(record));
+    results.append(std::move(record));
   } catch (exception_with_string* e) {
     reply->setData(e->getErrorMessage());
     reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
@@ -154,6 +169,6 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
     reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR("CResultBrick::create caught an exception!");
   }
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(kResultPassStatus);
   return reply;
 }

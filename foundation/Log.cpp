@@ -1,6 +1,7 @@
 #include "foundation/Log.h"
 
 #include <stdio.h>
+#include <string.h>
 #include <time.h>
 
 #include <iomanip>
@@ -109,18 +110,33 @@ std::string Util_makeTimestamp(long when) {
   // reading, so that stamp and fraction always agree.
   struct timeval tv;
   timeofday_unique(&tv, nullptr);
-  std::string stamp = formatLocalTime(when == 0 ? tv.tv_sec : when, "%Y%m%d-%H%M%S");
-  std::ostringstream out;
-  out << stamp << "." << std::setw(6) << std::setfill('0') << tv.tv_usec;
-  return out.str();
+  // Every log line makes a stamp, and its seconds change once a second:
+  // each thread keeps the last one it formatted.
+  const long seconds = when == 0 ? static_cast<long>(tv.tv_sec) : when;
+  thread_local bool cached = false;
+  thread_local long cachedSeconds = 0;
+  thread_local std::string cachedStamp;
+  if (!cached || seconds != cachedSeconds) {
+    cachedStamp = formatLocalTime(seconds, "%Y%m%d-%H%M%S");
+    cachedSeconds = seconds;
+    cached = true;
+  }
+  const std::string& stamp = cachedStamp;
+  char fraction[16];
+  snprintf(fraction, sizeof(fraction), ".%06ld", static_cast<long>(tv.tv_usec));
+  return stamp + fraction;
 }
 
 std::string Util_makeTimestamp2(long when) { return formatLocalTime(when, "%Y-%m-%d %H:%M:%S"); }
 
 void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text) {
-  std::stringstream line;
-  line << Util_makeTimestamp(0) << ": [" << uid << " - " << function << "]: " << text << "\n";
-  getLog()->write(&line);
+  // Joined as a plain string: a session writes a few lines per result, and a
+  // stream's set-up costs more than the rest of the line.
+  std::string line = Util_makeTimestamp(0);
+  line.reserve(line.size() + uid.size() + strlen(function) + text.size() + 9);
+  line.append(": [").append(uid).append(" - ").append(function).append("]: ");
+  line.append(text).append("\n");
+  getLog()->write(line.c_str());
 }
 
 void bkLogErrorLine(const char* file, int lineNumber, const char* function,

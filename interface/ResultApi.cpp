@@ -3,6 +3,7 @@
 #include <sstream>
 #include <string>
 
+#include "data/ResultBrick.h"
 #include "data/TestRecords.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
@@ -66,7 +67,9 @@ BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHand
   CUUT* uut = static_cast<CUUT*>(handle);
   const CBKTestSpec& testSpec = *static_cast<CBKTestSpec*>(spec);
   const CBKTestResult& testResult = *static_cast<CBKTestResult*>(result);
-  BK_LOG_ENTRY(uut->getUID());
+  // Logged without a string stream: this runs once per result, tens of
+  // thousands of times in a session.
+  bkLogSessionLine(uut->UID, __FUNCTION__, "Entering BK_addResult");
 
   // A refusal ends the call without an exit line.
   std::string problem = formProblem(testSpec, testResult);
@@ -94,13 +97,13 @@ BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHand
   CBKReply* created = uut->createResult(spec, result);
   if (!BK_success(created)) {
     delete reply;
-    BK_LOG_EXIT(uut->getUID());
+    bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
     return created;
   }
   // Any text of the intake (a result held back by the priority filter, a
   // verdict that is no verdict) is dropped from a successful answer.
   delete created;
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-  BK_LOG_EXIT(uut->getUID());
+  reply->setStatus(kResultPassStatus);
+  bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
   return reply;
 }

@@ -70,16 +70,18 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   switch (testResult.getResult()) {
     case BK_PASS:
       ++testPasses;
-      BK_LOG(UID, "BK_PASS result [" << testPasses << " total]");
+      bkLogSessionLine(UID, __FUNCTION__,
+                       "BK_PASS result [" + std::to_string(testPasses) + " total]");
       break;
     case BK_FAIL:
       ++testFailures;
-      BK_LOG(UID, "BK_FAIL result [" << testFailures << " total] TestName["
-                                     << testSpec.testNameRef() << "]");
+      bkLogSessionLine(UID, __FUNCTION__,
+                       "BK_FAIL result [" + std::to_string(testFailures) + " total] TestName[" +
+                           testSpec.testNameRef() + "]");
       break;
     case BK_NA:
       ++testNAs;
-      BK_LOG(UID, "BK_NA result");
+      bkLogSessionLine(UID, __FUNCTION__, "BK_NA result");
       break;
     default:
       break;
@@ -91,7 +93,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   if (!canSendPDataToTrax(static_cast<BK_TRAX_PRIORITY>(testSpec.getPriority()))) {
     ++notSentCount;
     reply->setData("Test result not sent to TRAX ");
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(kResultPassStatus);
     return reply;
   }
   delete reply;

@@ -259,6 +259,19 @@ TEST_F(AddResultTest, VerdictDecidesResultAndMessage) {
   EXPECT_EQ(countLines(log, "]: BK_NA result"), 1u);
 }
 
+TEST_F(AddResultTest, PassStatusOfTheIntakeIsWhatTheStatusBuilderGives) {
+  for (int policy : {0, 1, -1}) {
+    Json::Value info = stationInfo();
+    if (policy < 0) {
+      info["lifeline"] = Json::Value(Json::objectValue);
+    } else {
+      info["lifeline"]["BK_MSG_ERROR_API_UNHANDLED"] = policy;
+    }
+    start(info);
+    EXPECT_EQ(BK_buildStatus(BK_PASS, 0, 0), kResultPassStatus) << policy;
+  }
+}
+
 TEST_F(AddResultTest, VerdictOutsideTheEnumerationIsCountedNowhereAndNotRecorded) {
   Sample odd = named("odd");
   odd.verdict = 3;
