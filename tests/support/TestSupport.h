@@ -41,6 +41,7 @@ Json::Value sampleStationInfo();
 Json::Value sampleHealth();
 
 // Writes both station files as styled JSON under the station config directory.
+// The station info file stays unsigned: support/SignedStation.h signs it.
 void writeStationFiles(const Json::Value& info = sampleStationInfo(),
                        const Json::Value& health = sampleHealth());
 void removeStationFiles();
