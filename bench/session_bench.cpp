@@ -113,15 +113,29 @@ LargeRun runLarge() {
   return LargeRun{doneCommit, msSince(from), withoutRelease};
 }
 
-double runSmall() {
+// Processor time of this process, for a figure that a busy shared machine
+// does not inflate.
+double cpuMs() {
+  timespec now{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return now.tv_sec * 1e3 + now.tv_nsec / 1e6;
+}
+
+struct SmallRun {
+  double wall;
+  double cpu;
+};
+
+SmallRun runSmall() {
+  double cpuFrom = cpuMs();
   Clock::time_point from = Clock::now();
   UUTHandle unit = startUnit();
   addResults(unit, 10);
   check(BK_UUTDone(unit), "done");
   check(BK_UUTCommit(unit, BK_PASS), "commit");
-  double elapsed = msSince(from);
+  SmallRun run{msSince(from), cpuMs() - cpuFrom};
   BK_UID_destroy(unit);
-  return elapsed;
+  return run;
 }
 
 int argument(int argc, char** argv, const char* name, int fallback) {
@@ -153,7 +167,12 @@ int main(int argc, char** argv) {
     strictRatios.push_back(run.doneCommit / run.jsonWithoutRelease);
   }
   std::vector<double> small;
-  for (int i = 0; i < smallRuns; ++i) small.push_back(runSmall());
+  std::vector<double> smallCpu;
+  for (int i = 0; i < smallRuns; ++i) {
+    SmallRun run = runSmall();
+    small.push_back(run.wall);
+    smallCpu.push_back(run.cpu);
+  }
 
   double ratio = median(ratios);
   double smallMedian = median(small);
@@ -164,7 +183,7 @@ int main(int argc, char** argv) {
       median(doneCommit), median(jsonAlone), ratio, largeRuns, median(strictRatios));
   printf(
       "small session, 10 results: median %.2f ms start to end of commit (target <= 5), "
-      "%d runs\n",
-      smallMedian, smallRuns);
+      "%.2f ms of processor time, %d runs\n",
+      smallMedian, median(smallCpu), smallRuns);
   return ratio <= 2.5 && smallMedian <= 5.0 ? 0 : 1;
 }

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kTrials = 300;
-constexpr int kResultsPerSession = 150;
+constexpr int kResultsPerSession = 60;
 const char* const kHandOverRoots[] = {"/vault/data_collection/uut_data/",
                                       "/vault/data_collection/uut_data_ocelot/"};
 
