@@ -144,6 +144,16 @@ TEST_F(CommitTest, WritesVerifiedSignedFileThroughItsStages) {
   EXPECT_EQ(countLines(log, "Signed test results successfully"), 1u);
 }
 
+TEST_F(CommitTest, AttributeAfterDoneReachesTheCommittedFile) {
+  // The session's directory still exists under the name of its state, so
+  // the attribute is taken.
+  CUUT* uut = doneSession(1, 0, 0);
+  Answer added = answerOf(BK_addAttribute(uut, "fixture_color", "red"));
+  EXPECT_TRUE(added.success) << added.text;
+  ASSERT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
+  EXPECT_EQ(committedResults()["uut_attributes"]["fixture_color"].asString(), "red");
+}
+
 TEST_F(CommitTest, DirectCopiesEndAsCommitBesideTheHandOver) {
   Json::Value info = readyStationInfo();
   info["ksinfo"]["OCELOT_DIRECT"] = "ON";
