@@ -1,0 +1,159 @@
+// The am-I-okay sequence: the checks a station runs before it spends time on
+// a unit.  The first failing check ends the sequence; its verdict, ACTIVE or
+// PASSIVE by the station's policy, stays in the session's pending failure for
+// done and commit to act on.  Nothing here clears an earlier failure.
+#include <stdint.h>
+
+#include <memory>
+#include <string>
+
+#include "foundation/Log.h"
+#include "foundation/StationFiles.h"
+#include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
+#include "session/UUT.h"
+
+namespace {
+
+// One check of the sequence: its policy key, its labels (part of the results'
+// vocabulary, blanks and colons included) and the line logged on success.
+struct AmIOkayCheck {
+  const char* policyKey;
+  const char* activeLabel;
+  const char* passiveLabel;
+  const char* okLine;
+};
+
+const AmIOkayCheck kMarten = {"BK_MSG_ERROR_MARTEN_NOT_RUNNING", "Marten NOT running: [ACTIVE] ",
+                              " Marten NOT running: [PASSIVE] ", "MARTEN_NOT_RUNNING: Running"};
+const AmIOkayCheck kEthernet = {"BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+                                "Ethernet UNPLUGGED: [ACTIVE] ", "Ethernet UNPLUGGED: [PASSIVE] ",
+                                "ETHERNET_NOT_RESPONDING: OK"};
+const AmIOkayCheck kNetwork = {
+    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING", "Can't ping TRAX, DCS, nor KS: [ACTIVE] ",
+    "Can't ping TRAX, DCS, nor KS: [PASSIVE] ", "NETWORK_NOT_RESPONDING: OK"};
+const AmIOkayCheck kSerialNumber = {"BK_MSG_ERROR_INVALID_SERIAL_NUMBER",
+                                    "SERIAL_NUMBER_NOT_OK:  [ACTIVE] ",
+                                    "SERIAL_NUMBER_NOT_OK: [PASSIVE] ", "SERIAL_NUMBER: OK"};
+const AmIOkayCheck kSFCQuery = {"BK_MSG_ERROR_SFC_QUERY_UNIT", "SFC_QUERY_UNIT: [ACTIVE] ",
+                                "SFC_QUERY_UNIT: [PASSIVE] ", "SFC_QUERY_UNIT: OK"};
+const AmIOkayCheck kOutOfProcess = {
+    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
+    "UNIT_OUT_OF_PROCESS [ACTIVE]: ", "UNIT_OUT_OF_PROCESS [PASSIVE]: ", "UNIT_OUT_OF_PROCESS OK"};
+
+// ACTIVE only for the integer 1; anything else, a missing key included, is
+// PASSIVE.  This reads the message key alone, unlike the status policy.
+bool isActive(const char* policyKey) {
+  Json::Value policy = getKSInfo()->getValueFor("lifeline", policyKey);
+  return policy.isInt() && policy.asInt() == 1;
+}
+
+// The short text of a server's out-of-process answer: what follows the
+// phrase, up to the last comma.  The phrase is looked for the way agents and
+// servers have always agreed on: the underscore form only when the blank
+// form opens the text, and a miss (-1) skips the first 18 characters.
+std::string trimOutOfProcessAnswer(const std::string& answer) {
+  const int32_t phraseLength = 19;
+  int32_t position = static_cast<int32_t>(answer.find("UNIT OUT OF PROCESS"));
+  if (position == 0) position = static_cast<int32_t>(answer.find("UNIT_OUT_OF_PROCESS"));
+  int64_t start = static_cast<int64_t>(position) + phraseLength;
+  if (start < 0 || static_cast<uint64_t>(start) > answer.size()) return "";
+  std::string rest = answer.substr(static_cast<size_t>(start));
+  return rest.substr(0, rest.rfind(','));
+}
+
+}  // namespace
+
+CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
+  // Owned until it is handed back, so that a probe's exception leaks nothing.
+  std::unique_ptr<CBKReply> owned(new CBKReply());
+  CBKReply* reply = owned.get();
+
+  // A failed signature is always ACTIVE: no policy may wave it through.
+  if (!BK_isSignatureOK(reply)) {
+    std::string detail = BK_reply_getError(reply);
+    pendingFailure = true;
+    pendingFailureActive = true;
+    pendingFailureName = "Signature  NOT OK [ACTIVE]:";
+    pendingFailureDetail = detail;
+    pendingFailureMessage = "ERROR: ks_station_info signature NOT OK," + detail;
+    BK_LOG_ERROR(pendingFailureMessage);
+    return owned.release();
+  }
+
+  // Records a failure under the policy; the reply becomes a pass carrying the
+  // text when the station chose PASSIVE, so that its test runs on.
+  auto recordFailure = [&](const AmIOkayCheck& check, const std::string& text,
+                           const char* emptyActiveLine) -> CBKReply* {
+    pendingFailure = true;
+    pendingFailureDetail = text;
+    pendingFailureMessage = text;
+    if (isActive(check.policyKey)) {
+      pendingFailureActive = true;
+      pendingFailureName = check.activeLabel;
+      BK_LOG_ERROR((text.empty() && emptyActiveLine != nullptr ? emptyActiveLine : text));
+    } else {
+      pendingFailureActive = false;
+      pendingFailureName = check.passiveLabel;
+      BK_LOG(UID, text);
+      reply->setData(text);
+      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    }
+    return owned.release();
+  };
+
+  if (!BK_isMartenRunning(this, reply)) {
+    return recordFailure(kMarten, BK_reply_getError(reply), nullptr);
+  }
+  BK_LOG(UID, kMarten.okLine);
+  if (!BK_isEtherNetOK(this, reply)) {
+    return recordFailure(kEthernet, BK_reply_getError(reply), nullptr);
+  }
+  BK_LOG(UID, kEthernet.okLine);
+  if (!BK_isNetWorkOK(this, reply)) {
+    return recordFailure(kNetwork, BK_reply_getError(reply), nullptr);
+  }
+  BK_LOG(UID, kNetwork.okLine);
+
+  // Without a serial number only the station itself is examined.
+  if (serialNumber.empty()) {
+    const std::string text = " Called wihtout the serial number, no UOP/SFC_QUERY_UNIT for now.";
+    reply->setData(text);
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    BK_LOG(UID, text);
+    return owned.release();
+  }
+
+  if (!validateSerialNumber(reply, serialNumber)) {
+    return recordFailure(kSerialNumber, BK_reply_getError(reply), nullptr);
+  }
+  BK_LOG(UID, kSerialNumber.okLine);
+  if (!BK_isSFCQueryUnitOK(this, reply, serialNumber.c_str())) {
+    return recordFailure(kSFCQuery, BK_reply_getError(reply), nullptr);
+  }
+  BK_LOG(UID, kSFCQuery.okLine);
+  // Here a true answer is the failure.
+  if (BK_isUnitOutOfProcess(this, reply, serialNumber.c_str())) {
+    return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(BK_reply_getError(reply)),
+                         "NO response from server or server is unavailable, empty response file");
+  }
+  BK_LOG(UID, kOutOfProcess.okLine);
+
+  const std::string none = "FATAL ERROR FOUND: NONE";
+  reply->setData(none);
+  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  BK_LOG(UID, none);
+  return owned.release();
+}
+
+BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
+  CBKReply* reply = new CBKReply();
+  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
+  CUUT* uut = static_cast<CUUT*>(handle);
+  BK_LOG_ENTRY(uut->getUID());
+  delete reply;
+  // A NULL serial number means the same as an empty one: station checks only.
+  CBKReply* result = uut->checkAMIOK(serialNumber != nullptr ? serialNumber : "");
+  BK_LOG(uut->getUID(), "Leaving BK_amIOkay");
+  return result;
+}

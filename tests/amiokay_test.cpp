@@ -1,0 +1,256 @@
+// The am-I-okay sequence: checks in order, the first failure ends it, and the
+// pending failure it leaves for done and commit.
+#include <gtest/gtest.h>
+#include <time.h>
+#include <utime.h>
+
+#include <string>
+
+#include "interface/Bramblekit.h"
+#include "session/UUT.h"
+#include "support/SessionRun.h"
+
+namespace {
+
+const unsigned kFailBit = 1u << 31;
+const char* kNoSerialText = " Called wihtout the serial number, no UOP/SFC_QUERY_UNIT for now.";
+
+class AmIOkay : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
+    info_ = bk_test::readyStationInfo();
+    health_ = bk_test::sampleHealth();
+  }
+  void TearDown() override {
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+  }
+
+  void start(bool signedFiles = true) {
+    if (signedFiles) {
+      bk_test::writeReadyStation(info_, health_);
+    } else {
+      bk_test::writeStationFiles(info_, health_);
+    }
+    uut_ = bk_test::startSession();
+    ASSERT_NE(uut_, nullptr);
+  }
+
+  // Runs the sequence and keeps what the log gained meanwhile.
+  bk_test::Answer run(const char* serialNumber) {
+    const size_t logBefore = bk_test::readLog().size();
+    bk_test::Answer answer = bk_test::answerOf(BK_amIOkay(uut_, serialNumber));
+    log_ = bk_test::readLog().substr(logBefore);
+    return answer;
+  }
+  bool logged(const std::string& text) const { return log_.find(text) != std::string::npos; }
+
+  void makeHealthFileOld() {
+    const time_t old = time(nullptr) - 3600;
+    struct utimbuf times = {old, old};
+    ASSERT_EQ(utime(bk_test::kHealthPath, &times), 0);
+  }
+
+  Json::Value info_;
+  Json::Value health_;
+  CUUT* uut_ = nullptr;
+  std::string log_;
+};
+
+TEST_F(AmIOkay, NullHandleIsABadCall) {
+  start();  // the policy that makes the status a failure comes with a session
+  bk_test::Answer answer = bk_test::answerOf(BK_amIOkay(nullptr, "C0212ABCDEF"));
+  EXPECT_EQ(answer.text, "NULL UUTHandle handle passed as a parameter");
+  EXPECT_EQ(answer.status, kFailBit | (1u << 20) | BK_MSG_ERROR_API_SYNTAX);
+}
+
+TEST_F(AmIOkay, WithoutSerialNumberOnlyTheStationIsExamined) {
+  start();
+  for (const char* serial : {static_cast<const char*>(nullptr), ""}) {
+    bk_test::Answer answer = run(serial);
+    EXPECT_EQ(answer.status, 0u);
+    EXPECT_EQ(answer.text, kNoSerialText);
+    EXPECT_TRUE(logged("Entering BK_amIOkay"));
+    EXPECT_TRUE(logged("NETWORK_NOT_RESPONDING: OK"));
+    EXPECT_FALSE(logged("SERIAL_NUMBER"));
+    EXPECT_TRUE(logged("Leaving BK_amIOkay"));
+  }
+  EXPECT_FALSE(uut_->pendingFailure);
+}
+
+TEST_F(AmIOkay, CleanRunPassesAllEightChecks) {
+  start();
+  bk_test::Answer answer = run(bk_test::kSerial);
+  EXPECT_EQ(answer.status, 0u);
+  EXPECT_EQ(answer.text, "FATAL ERROR FOUND: NONE");
+  size_t at = 0;
+  for (const char* line : {"MARTEN_NOT_RUNNING: Running", "ETHERNET_NOT_RESPONDING: OK",
+                           "NETWORK_NOT_RESPONDING: OK", "SERIAL_NUMBER: OK", "SFC_QUERY_UNIT: OK",
+                           "UNIT_OUT_OF_PROCESS OK", "FATAL ERROR FOUND: NONE"}) {
+    size_t found = log_.find(line, at);
+    EXPECT_NE(found, std::string::npos) << line << " missing or out of order";
+    if (found != std::string::npos) at = found;
+  }
+  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_TRUE(uut_->pendingFailureName.empty());
+}
+
+TEST_F(AmIOkay, BadSignatureEndsTheSequenceBeforeTheHealthChecks) {
+  info_["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = 10;
+  info_["lifeline"]["BK_MSG_ERROR_MARTEN_NOT_RUNNING"] = 0;
+  start(/*signedFiles=*/false);
+  makeHealthFileOld();
+  bk_test::Answer answer = run(bk_test::kSerial);
+  EXPECT_FALSE(answer.success);
+  EXPECT_TRUE(uut_->pendingFailure);
+  EXPECT_TRUE(uut_->pendingFailureActive);
+  EXPECT_EQ(uut_->pendingFailureName, "Signature  NOT OK [ACTIVE]:");
+  EXPECT_EQ(uut_->pendingFailureDetail, answer.text);
+  EXPECT_EQ(uut_->pendingFailureMessage, "ERROR: ks_station_info signature NOT OK," + answer.text);
+  EXPECT_FALSE(logged("Station_Health_Check file is"));
+}
+
+// Each station check, failed under an ACTIVE, a PASSIVE and a mistyped
+// policy; the checks after it must not run.
+struct StationFault {
+  const char* name;
+  const char* policyKey;
+  const char* activeLabel;
+  const char* passiveLabel;
+  const char* nextCheckLine;  // logged only if the sequence went on
+  void (*breakStation)(Json::Value& info, Json::Value& health);
+  bool oldHealthFile;
+};
+
+const StationFault kStationFaults[] = {
+    {"marten", "BK_MSG_ERROR_MARTEN_NOT_RUNNING", "Marten NOT running: [ACTIVE] ",
+     " Marten NOT running: [PASSIVE] ", "MARTEN_NOT_RUNNING: Running",
+     [](Json::Value& info, Json::Value&) { info["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = 60; },
+     true},
+    {"ethernet", "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING", "Ethernet UNPLUGGED: [ACTIVE] ",
+     "Ethernet UNPLUGGED: [PASSIVE] ", "ETHERNET_NOT_RESPONDING: OK",
+     [](Json::Value&, Json::Value& health) { health["ethernet_ok"] = 0; }, false},
+    {"network", "BK_MSG_ERROR_NETWORK_NOT_RESPONDING", "Can't ping TRAX, DCS, nor KS: [ACTIVE] ",
+     "Can't ping TRAX, DCS, nor KS: [PASSIVE] ", "NETWORK_NOT_RESPONDING: OK",
+     [](Json::Value& info, Json::Value& health) {
+       info["ksinfo"]["NETWORK_NOT_OK_TIMEOUT"] = 60;
+       health["network_last_successful_check_int"] = Json::Int64(time(nullptr) - 3600);
+     },
+     false},
+};
+
+TEST_F(AmIOkay, StationFaultsFollowThePolicy) {
+  for (const StationFault& fault : kStationFaults) {
+    for (const Json::Value& policy : {Json::Value(1), Json::Value(0), Json::Value("1")}) {
+      SCOPED_TRACE(std::string(fault.name) + " policy " + policy.toStyledString());
+      info_ = bk_test::readyStationInfo();
+      health_ = bk_test::sampleHealth();
+      info_["lifeline"][fault.policyKey] = policy;
+      fault.breakStation(info_, health_);
+      if (uut_ != nullptr) BK_UID_destroy(uut_);
+      start();
+      if (fault.oldHealthFile) makeHealthFileOld();
+
+      bk_test::Answer answer = run(bk_test::kSerial);
+      const bool active = policy == Json::Value(1);
+      EXPECT_EQ(answer.status, active ? answer.status | kFailBit : 0u);
+      EXPECT_FALSE(answer.text.empty());
+      EXPECT_TRUE(uut_->pendingFailure);
+      EXPECT_EQ(uut_->pendingFailureActive, active);
+      EXPECT_EQ(uut_->pendingFailureName, active ? fault.activeLabel : fault.passiveLabel);
+      EXPECT_EQ(uut_->pendingFailureDetail, answer.text);
+      EXPECT_EQ(uut_->pendingFailureMessage, answer.text);
+      EXPECT_FALSE(logged(fault.nextCheckLine));
+      EXPECT_FALSE(logged("SERIAL_NUMBER: OK"));
+    }
+  }
+}
+
+TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
+  for (int policy : {1, 0}) {
+    SCOPED_TRACE(policy);
+    info_["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = policy;
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    start();
+    bk_test::Answer answer = run("123");
+    EXPECT_EQ(answer.success, policy == 0);
+    EXPECT_EQ(answer.text,
+              "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long "
+              "(FG, MLB, FULL) [ 123 ]");
+    // The sequence's record replaces what the validation wrote.
+    EXPECT_TRUE(uut_->pendingFailure);
+    EXPECT_EQ(uut_->pendingFailureActive, policy == 1);
+    EXPECT_EQ(uut_->pendingFailureName, policy == 1 ? "SERIAL_NUMBER_NOT_OK:  [ACTIVE] "
+                                                    : "SERIAL_NUMBER_NOT_OK: [PASSIVE] ");
+    EXPECT_FALSE(logged("SFC_QUERY_UNIT: OK"));
+  }
+}
+
+TEST_F(AmIOkay, ShopFloorTimeoutWithoutAnswerFailsStepSeven) {
+  info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
+  start();
+  // As if the unit check had started long ago and never answered.
+  uut_->attributeSerialNumberCreated = true;
+  uut_->sfcQueryUnitThreadCreated = true;
+  uut_->timeWhenSFCThreadCreated = time(nullptr) - 100;
+  bk_test::Answer answer = run(bk_test::kSerial);
+  EXPECT_FALSE(answer.success);
+  EXPECT_EQ(uut_->pendingFailureName, "SFC_QUERY_UNIT: [ACTIVE] ");
+  EXPECT_EQ(uut_->pendingFailureDetail, answer.text);
+  EXPECT_FALSE(logged("UNIT_OUT_OF_PROCESS OK"));
+}
+
+TEST_F(AmIOkay, OutOfProcessAnswerIsTrimmedToItsReason) {
+  info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
+  struct Case {
+    const char* answer;
+    const char* reason;
+  } cases[] = {
+      {"Response=0 SFC_OK UNIT OUT OF PROCESS wrong station,code=7", " wrong station"},
+      // The phrase at the very start: the underscore form is looked for, is
+      // absent, and 18 characters are dropped.
+      {"UNIT OUT OF PROCESS at FCT,x", "S at FCT"},
+      {"Response=0 SFC_OK UNIT OUT OF PROCESS", ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.answer);
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    start();
+    bk_test::writeFile("/tmp/" + uut_->getUID(), c.answer);
+    bk_test::Answer answer = run(bk_test::kSerial);
+    EXPECT_FALSE(answer.success);
+    EXPECT_TRUE(uut_->pendingFailureActive);
+    EXPECT_EQ(uut_->pendingFailureName, "UNIT_OUT_OF_PROCESS [ACTIVE]: ");
+    EXPECT_EQ(uut_->pendingFailureDetail, c.reason);
+    EXPECT_EQ(uut_->pendingFailureMessage, c.reason);
+    EXPECT_TRUE(logged("SFC_QUERY_UNIT: OK"));
+    if (*c.reason == '\0') {
+      EXPECT_TRUE(
+          logged("ERROR: NO response from server or server is unavailable, empty response file"));
+    }
+  }
+}
+
+TEST_F(AmIOkay, LaterCleanRunLeavesAnEarlierFailure) {
+  info_["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
+  health_["ethernet_ok"] = 0;
+  start();
+  EXPECT_TRUE(run(nullptr).success);
+  ASSERT_TRUE(uut_->pendingFailure);
+
+  health_["ethernet_ok"] = 1;
+  bk_test::writeSignedStationFiles(info_, health_);
+  bk_test::Answer answer = run(nullptr);
+  EXPECT_EQ(answer.text, kNoSerialText);
+  EXPECT_TRUE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailureActive);
+  EXPECT_EQ(uut_->pendingFailureName, "Ethernet UNPLUGGED: [PASSIVE] ");
+}
+
+TEST_F(AmIOkay, ProbeExceptionsReachTheCaller) {
+  info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
+  start();
+  EXPECT_ANY_THROW(BK_amIOkay(uut_, nullptr));
+}
+
+}  // namespace
