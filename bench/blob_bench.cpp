@@ -190,9 +190,7 @@ int main(int argc, char** argv) {
   UUTHandle handle = nullptr;
   BK_reply_destroy(BK_UUTStart(&handle));
   CUUT* uut = static_cast<CUUT*>(handle);
-  uut->rootJson["test_attributes"]["unit_serial_number"] = "C02XK0ABCDEF";
-  uut->serialNumber = "C02XK0ABCDEF";
-  uut->attributeSerialNumberCreated = true;
+  BK_reply_destroy(BK_addAttribute(handle, "serialnumber", "C02XK0ABCDEF"));
 
   std::vector<Timing> store, floor, gzip;
   long storeSize = 0, floorSize = 0, gzipSize = 0, peakAbove = 0;

@@ -46,17 +46,6 @@ std::string stationText(const char* key) {
   return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
 }
 
-// An attribute as the session's document holds it; the word NOTFOUND counts
-// as missing, like a member that is not there at all.
-bool documentAttribute(const Json::Value& document, const char* object, const char* key,
-                       std::string* out) {
-  out->clear();
-  const Json::Value& member = document[object][key];
-  if (!member.isString() || member.asString() == "NOTFOUND") return false;
-  *out = member.asString();
-  return true;
-}
-
 // STATION_TYPE through the station's own two-call query.
 bool queryStationType(CUUT* uut, bool* firstCallFailed, std::string* out) {
   const int kStationType = 9;
@@ -133,13 +122,13 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
                     __LINE__);
     }
     std::string serial;
-    if (!documentAttribute(rootJson, "test_attributes", "unit_serial_number", &serial)) {
+    if (!getAttribute("serialnumber", &serial)) {
       return refuse("Attribtue 'serialnumber' is not populated yet.", __LINE__);
     }
 
     std::string station = "NONE";
     std::string found;
-    if (documentAttribute(rootJson, "test_station_attributes", "sub_station", &found)) {
+    if (getAttribute("STATION_SUB_IDENTIFIER", &found)) {
       station = found;
     } else {
       bool firstCallFailed = false;
@@ -149,7 +138,7 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
         return refuse(std::string("Can not get the  '") + "STATION_IDENTIFIER" +
                           "' value from the ks_station_info.json file.",
                       __LINE__);
-      } else if (documentAttribute(rootJson, "test_station_attributes", "station_id", &found)) {
+      } else if (getAttribute("STATION_IDENTIFIER", &found)) {
         station = found;
       } else {
         return refuse("Attribtue 'STATION_IDENTIFIER' is not populated yet.", __LINE__);

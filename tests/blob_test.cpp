@@ -65,8 +65,8 @@ std::string sampleBytes(size_t size) {
 
 class BlobStore : public ::testing::Test {
  protected:
-  // A session whose serial number is in place, as the attribute intake
-  // leaves it.
+  // A session that holds the unit's serial number.  Blobs do not care whether
+  // the number passed validation, only that it is there.
   void start(const Json::Value& info = bk_test::sampleStationInfo(), bool withSerial = true) {
     bk_test::writeStationFiles(info);
     BKReplyHandle reply = BK_UUTStart(&handle);
@@ -74,9 +74,8 @@ class BlobStore : public ::testing::Test {
     BK_reply_destroy(reply);
     uut = static_cast<CUUT*>(handle);
     if (withSerial) {
-      uut->serialNumber = kSerial;
-      uut->attributeSerialNumberCreated = true;
-      uut->rootJson["test_attributes"]["unit_serial_number"] = kSerial;
+      BK_reply_destroy(BK_addAttribute(handle, "serialnumber", kSerial));
+      ASSERT_EQ(uut->getSN(), kSerial);
     }
   }
   void TearDown() override {
