@@ -101,8 +101,12 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
                       keyTooLongText(spec));
         return reply;
       }
+      // One search serves both the duplicate test and the insertion.
+      auto& keys = uut->parametricKeys;
+      auto place = keys.lower_bound(key);
+      bool used = place != keys.end() && place->first == key;
       // The first record of a session is never a duplicate.
-      if (!results.empty() && uut->parametricKeys.count(key) != 0) {
+      if (!results.empty() && used) {
         BK_FAIL_REPLY(
             reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
             "Duplicate Parametric Key or Duplicate Test+SubTest_SubSubTest Name [" + key + "]");
@@ -111,7 +115,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
       // Taken before the value checks and kept when they refuse: once the
       // document holds a record, a refused result can not be sent again under
       // the same names.
-      uut->parametricKeys.emplace(key, 0.0);
+      if (!used) keys.emplace_hint(place, key, 0.0);
       if (!key.empty()) record[kParametricKey] = std::move(key);
       record[kUnits] = spec.unitsRef();
       record[kPriority] = spec.getPriority();

@@ -122,8 +122,10 @@ std::string Util_makeTimestamp(long when) {
     cached = true;
   }
   const std::string& stamp = cachedStamp;
-  char fraction[16];
-  snprintf(fraction, sizeof(fraction), ".%06ld", static_cast<long>(tv.tv_usec));
+  char fraction[8] = {'.'};
+  long micros = static_cast<long>(tv.tv_usec);
+  for (int i = 6; i >= 1; --i, micros /= 10) fraction[i] = static_cast<char>('0' + micros % 10);
+  fraction[7] = '\0';
   return stamp + fraction;
 }
 

@@ -36,13 +36,10 @@ int submittedIndex(int32_t priority) {
 }  // namespace
 
 CBKReply* CUUT::createResult(void* spec, void* result) {
-  CBKReply* reply = new CBKReply();
-  if (spec == nullptr) {
-    bkRejectNullArgument(reply, "testSpec", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  if (result == nullptr) {
-    bkRejectNullArgument(reply, "testResult", __FILE__, __LINE__, __FUNCTION__);
+  if (spec == nullptr || result == nullptr) {
+    CBKReply* reply = new CBKReply();
+    bkRejectNullArgument(reply, spec == nullptr ? "testSpec" : "testResult", __FILE__, __LINE__,
+                         __FUNCTION__);
     return reply;
   }
   const CBKTestSpec& testSpec = *static_cast<CBKTestSpec*>(spec);
@@ -53,6 +50,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   uint32_t total = testPasses + testFailures + testNAs;
   bool exempt = testSpec.testNameRef() == kDataCollectionTest;
   if (limit > 0 && total > static_cast<uint32_t>(limit - 1) && !exempt) {
+    CBKReply* reply = new CBKReply();
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
                   "total tests exceed the number of tests [" + std::to_string(limit) +
                       "] allowed in the ks_station_info.json file.");
@@ -60,6 +58,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   }
   // A limit of zero or less in the station file means the default.
   if (limit <= 0 && total > static_cast<uint32_t>(kDefaultMaxTests - 1) && !exempt) {
+    CBKReply* reply = new CBKReply();
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
                   "total tests exceed the default limit on number of tests [30000] allowed.");
     return reply;
@@ -92,11 +91,11 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
 
   if (!canSendPDataToTrax(static_cast<BK_TRAX_PRIORITY>(testSpec.getPriority()))) {
     ++notSentCount;
+    CBKReply* reply = new CBKReply();
     reply->setData("Test result not sent to TRAX ");
     reply->setStatus(kResultPassStatus);
     return reply;
   }
-  delete reply;
   return CResultBrick::create(this, spec, result);
 }
 
