@@ -49,19 +49,26 @@ namespace {
 // Every message the library can raise, so that a test sees each fault as a
 // real failure unless it lowers the policy itself.
 const char* const kLifelineMessages[] = {
-    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING", "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
-    "BK_MSG_ERROR_INVALID_STATION_TYPE",   "BK_MSG_ERROR_INVALID_SW_VERSION",
-    "BK_MSG_ERROR_INVALID_BK_VERSION",     "BK_MSG_ERROR_INVALID_VERSION",
-    "BK_MSG_ERROR_MARTEN_NOT_RUNNING",     "BK_MSG_ERROR_DCS_NOT_RESPONDING",
-    "BK_MSG_ERROR_TRAX_NOT_RESPONDING",    "BK_MSG_ERROR_KESTREL_NOT_RESPONDING",
-    "BK_MSG_ERROR_INVALID_SERIAL_NUMBER",  "BK_MSG_ERROR_API_UNHANDLED",
-    "BK_MSG_ERROR_API_SYNTAX",             "BK_MSG_ERROR_FILESYSTEM",
-    "BK_MSG_ERROR_INVALID_DATA_FORMAT",    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
+    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
+    "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+    "BK_MSG_ERROR_INVALID_STATION_TYPE",
+    "BK_MSG_ERROR_INVALID_SW_VERSION",
+    "BK_MSG_ERROR_INVALID_BK_VERSION",
+    "BK_MSG_ERROR_INVALID_VERSION",
+    "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
+    "BK_MSG_ERROR_DCS_NOT_RESPONDING",
+    "BK_MSG_ERROR_TRAX_NOT_RESPONDING",
+    "BK_MSG_ERROR_KESTREL_NOT_RESPONDING",
+    "BK_MSG_ERROR_INVALID_SERIAL_NUMBER",
+    "BK_MSG_ERROR_API_UNHANDLED",
+    "BK_MSG_ERROR_API_SYNTAX",
+    "BK_MSG_ERROR_FILESYSTEM",
+    "BK_MSG_ERROR_INVALID_DATA_FORMAT",
+    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
     "BK_MSG_ERROR_SFC_QUERY_UNIT",
 };
 
-Json::Value bitList(const char* first, const char* second, const char* third,
-                    const char* fourth) {
+Json::Value bitList(const char* first, const char* second, const char* third, const char* fourth) {
   Json::Value list(Json::arrayValue);
   for (const char* bit : {first, second, third, fourth}) list.append(bit);
   return list;
