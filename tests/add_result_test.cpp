@@ -31,15 +31,23 @@ struct Sample {
   bool infoOnly = false;
 };
 
+Sample named(const std::string& name, const char* value = "1") {
+  Sample test;
+  test.name = name;
+  test.value = value;
+  return test;
+}
+
 struct Answer {
   bool success;
   unsigned message;
+  unsigned status;
   std::string text;
 };
 
 Answer answerOf(BKReplyHandle handle) {
   CBKReply* reply = static_cast<CBKReply*>(handle);
-  Answer answer{BK_success(reply), BK_reply_getMessageID(reply),
+  Answer answer{BK_success(reply), BK_reply_getMessageID(reply), reply->getStatus(),
                 reply->hasData() ? reply->getData() : ""};
   BK_reply_destroy(reply);
   return answer;
@@ -49,11 +57,10 @@ class AddResultTest : public ::testing::Test {
  protected:
   void SetUp() override { start(stationInfo()); }
   void TearDown() override {
-    if (uut_ != nullptr) {
-      BK_reply_destroy(BK_UUTCancel(uut_));
-      BK_UID_destroy(uut_);
-      uut_ = nullptr;
-    }
+    if (uut_ == nullptr) return;
+    BK_reply_destroy(BK_UUTCancel(uut_));
+    BK_UID_destroy(uut_);
+    uut_ = nullptr;
   }
 
   static Json::Value stationInfo() {
@@ -63,7 +70,7 @@ class AddResultTest : public ::testing::Test {
   }
 
   void start(const Json::Value& info) {
-    if (uut_ != nullptr) TearDown();
+    TearDown();
     writeStationFiles(info);
     UUTHandle handle = nullptr;
     BK_reply_destroy(BK_UUTStart(&handle));
@@ -92,37 +99,23 @@ class AddResultTest : public ::testing::Test {
 
   Json::Value& results() { return uut_->getRootJson()["results"]; }
 
-  static Sample named(const std::string& name, const char* value = "1") {
-    Sample test;
-    test.name = name;
-    test.value = value;
-    return test;
-  }
-
   CUUT* uut_ = nullptr;
 };
 
 TEST_F(AddResultTest, NullArgumentsAnswerBeforeTheEntryLine) {
-  size_t entries = countLines(readLog(), "Entering BK_addResult");
   testSpecHandle spec = BK_testSpec_create();
-  Answer a = answerOf(BK_addResult(nullptr, nullptr, nullptr));
   Answer b = answerOf(BK_addResult(uut_, nullptr, nullptr));
   Answer c = answerOf(BK_addResult(uut_, spec, nullptr));
   BK_testSpec_destroy(spec);
-  EXPECT_EQ(a.text, "NULL UUTHandle handle passed as a parameter");
   EXPECT_EQ(b.text, "NULL testSpecHandle handle passed as a parameter");
   EXPECT_EQ(c.text, "NULL testResultHandle handle passed as a parameter");
-  for (const Answer& answer : {a, b, c}) {
-    EXPECT_FALSE(answer.success);
-    EXPECT_EQ(answer.message, 4u);
-  }
-  EXPECT_EQ(countLines(readLog(), "Entering BK_addResult"), entries);
+  EXPECT_FALSE(b.success || c.success);
+  EXPECT_EQ(b.message, 4u);
+  EXPECT_EQ(countLines(readLog(), "Entering BK_addResult"), 0u);
 }
 
 TEST_F(AddResultTest, FormChecksAnswerInOrderWithoutExitLine) {
-  size_t exits = countLines(readLog(), "Exiting BK_addResult");
-  Sample empty = named("");
-  EXPECT_EQ(add(empty).text,
+  EXPECT_EQ(add(named("")).text,
             "TestName=[], length=[0] SubTestName=[], length=[0] SubSubTestName=[] length=[0] "
             "Can not submit empty strings for TestName, SubTestName, SubSubTestName.");
   Sample onlySub = named("");
@@ -130,21 +123,21 @@ TEST_F(AddResultTest, FormChecksAnswerInOrderWithoutExitLine) {
   EXPECT_EQ(add(onlySub).text,
             "TestName=[], length=[0] exceeds the allowable length of [48] or empty.");
 
-  // A long name is reported before long units, and so on down the table.
+  // Every field one over its limit; each fix reveals the next complaint.
   Sample t = named(std::string(49, 'n'), nullptr);
-  t.units = "ABCDEFGHIJK";
   t.sub = std::string(65, 's');
+  t.subSub = std::string(129, 'x');
+  t.message = std::string(513, 'm');
+  t.units = "ABCDEFGHIJK";
   EXPECT_EQ(add(t).text, "TestName=[" + t.name +
                              "], length=[49] exceeds the allowable length of [48] or empty.");
   t.name = "T";
   EXPECT_EQ(add(t).text,
             "SubTestName=[" + t.sub + "], length=[65] exceeds the allowable length of [64].");
   t.sub = "";
-  t.subSub = std::string(129, 'x');
   EXPECT_EQ(add(t).text, "SubSubTestName=[" + t.subSub +
                              "], length=[129] exceeds the allowable length of [128].");
   t.subSub = "";
-  t.message = std::string(513, 'm');
   EXPECT_EQ(add(t).text,
             "Test error message length =[513] exceeds the allowable length of [512 characters].");
   t.message = "";
@@ -153,8 +146,7 @@ TEST_F(AddResultTest, FormChecksAnswerInOrderWithoutExitLine) {
             "Test units's message length =[11] exceeds the allowable length of [10 characters].");
   EXPECT_FALSE(units.success);
   EXPECT_EQ(units.message, 21u);
-  EXPECT_EQ(countLines(readLog(), "Exiting BK_addResult"), exits);
-  EXPECT_EQ(uut_->testPasses, 0u);
+  EXPECT_EQ(countLines(readLog(), "Exiting BK_addResult"), 0u);
 
   // Every limit itself is allowed (a pass/fail record has no key limit).
   Sample longest = named(std::string(48, 'n'), nullptr);
@@ -172,13 +164,10 @@ TEST_F(AddResultTest, SessionStateIsCheckedAfterTheFormAndBeforeTheFailMessage) 
   Answer noMessage = add(failing);
   EXPECT_EQ(noMessage.text, "a fail message is required to be set for an BK_FAIL result.");
   EXPECT_EQ(noMessage.message, 4u);
-  EXPECT_EQ(uut_->testFailures, 0u);
 
   char pointer[32];
   snprintf(pointer, sizeof(pointer), "%p", static_cast<void*>(uut_));
-  std::string open = uut_->getPath();
-  std::string done = uut_->getPath(UUT_STATE_DONE);
-  ASSERT_EQ(rename(open.c_str(), done.c_str()), 0);
+  ASSERT_EQ(rename(uut_->getPath().c_str(), uut_->getPath(UUT_STATE_DONE).c_str()), 0);
   Answer invalid = add(failing);
   EXPECT_EQ(invalid.text, std::string("UID @ ") + pointer + " invalid.");
   EXPECT_EQ(invalid.message, 1u);
@@ -190,6 +179,7 @@ TEST_F(AddResultTest, SessionStateIsCheckedAfterTheFormAndBeforeTheFailMessage) 
                              " is already Done() or is invalid.  No results may be added.");
   EXPECT_EQ(closed.message, 4u);
   EXPECT_EQ(results().size(), 0u);
+  EXPECT_EQ(uut_->testFailures, 0u);
 }
 
 TEST_F(AddResultTest, RecordsReachTheDocumentInBothForms) {
@@ -199,6 +189,7 @@ TEST_F(AddResultTest, RecordsReachTheDocumentInBothForms) {
   parametric.priority = BK_TRAX_PRIORITY_P2;
   Answer ok = add(parametric);
   EXPECT_TRUE(ok.success);
+  EXPECT_EQ(ok.status, kResultPassStatus);
   EXPECT_EQ(ok.text, "");
 
   Sample passFail = named("Boot", nullptr);  // limits, units and priority are dropped
@@ -250,26 +241,11 @@ TEST_F(AddResultTest, VerdictDecidesResultAndMessage) {
   EXPECT_EQ(results()[1]["message"], "just so");
   EXPECT_EQ(results()[2]["result"], "NA");
   EXPECT_FALSE(results()[2].isMember("message"));
-  EXPECT_EQ(uut_->testPasses, 1u);
-  EXPECT_EQ(uut_->testFailures, 1u);
-  EXPECT_EQ(uut_->testNAs, 1u);
+  EXPECT_EQ(uut_->testPasses + uut_->testFailures * 10 + uut_->testNAs * 100, 111u);
   std::string log = readLog();
   EXPECT_EQ(countLines(log, "]: BK_PASS result [1 total]"), 1u);
   EXPECT_EQ(countLines(log, "]: BK_FAIL result [1 total] TestName[info]"), 1u);
   EXPECT_EQ(countLines(log, "]: BK_NA result"), 1u);
-}
-
-TEST_F(AddResultTest, PassStatusOfTheIntakeIsWhatTheStatusBuilderGives) {
-  for (int policy : {0, 1, -1}) {
-    Json::Value info = stationInfo();
-    if (policy < 0) {
-      info["lifeline"] = Json::Value(Json::objectValue);
-    } else {
-      info["lifeline"]["BK_MSG_ERROR_API_UNHANDLED"] = policy;
-    }
-    start(info);
-    EXPECT_EQ(BK_buildStatus(BK_PASS, 0, 0), kResultPassStatus) << policy;
-  }
 }
 
 TEST_F(AddResultTest, VerdictOutsideTheEnumerationIsCountedNowhereAndNotRecorded) {
@@ -278,42 +254,16 @@ TEST_F(AddResultTest, VerdictOutsideTheEnumerationIsCountedNowhereAndNotRecorded
   Answer answer = add(odd);
   EXPECT_TRUE(answer.success);
   EXPECT_EQ(answer.text, "");
-  EXPECT_EQ(results().size(), 0u);
   EXPECT_EQ(uut_->testPasses + uut_->testFailures + uut_->testNAs, 0u);
-  EXPECT_EQ(countLines(readLog(), "]: createInvalid result type: 3"), 1u);
-
-  // The brick itself answers a success that carries its complaint.
-  testSpecHandle spec = BK_testSpec_create();
-  testResultHandle result = BK_testResult_create();
-  BK_testSpec_setTestName(spec, "odd2", 4);
-  BK_testResult_setResult(result, static_cast<BK_PASSFAILRESULT>(7));
-  CBKReply* reply = CResultBrick::create(uut_, spec, result);
-  EXPECT_TRUE(BK_success(reply));
-  EXPECT_STREQ(reply->getData(), "CResultBrick::create caught an exception!");
-  delete reply;
-  BK_testSpec_destroy(spec);
-  BK_testResult_destroy(result);
   EXPECT_EQ(results().size(), 0u);
+  EXPECT_EQ(countLines(readLog(), "]: createInvalid result type: 3"), 1u);
 }
 
 TEST_F(AddResultTest, ParametricKeyJoinsNonEmptyNamesUpTo128Bytes) {
-  // Only the brick sees a spec without a test name.
-  testSpecHandle spec = BK_testSpec_create();
-  testResultHandle result = BK_testResult_create();
-  BK_testSpec_setSubTestName(spec, "only", 4);
-  BK_testResult_setValue(result, "1", 1);
-  CBKReply* reply = CResultBrick::create(uut_, spec, result);
-  EXPECT_TRUE(BK_success(reply));
-  delete reply;
-  BK_testSpec_destroy(spec);
-  BK_testResult_destroy(result);
-  ASSERT_EQ(results().size(), 1u);
-  EXPECT_EQ(results()[0]["parametric_key"], "only");
-
   Sample gap = named("a");
   gap.subSub = "c";
   EXPECT_TRUE(add(gap).success);
-  EXPECT_EQ(results()[1]["parametric_key"], "a c");
+  EXPECT_EQ(results()[0]["parametric_key"], "a c");
 
   Sample exact = named(std::string(48, 'a'));
   exact.sub = std::string(64, 'b');
@@ -328,7 +278,7 @@ TEST_F(AddResultTest, ParametricKeyJoinsNonEmptyNamesUpTo128Bytes) {
                               "] length [64] +\nSubSubTestName [" + over.subSub +
                               "] length [15] = [127]\n exceeds the allowable length of [128] "
                               "including two spaces between names");
-  EXPECT_EQ(results().size(), 3u);
+  EXPECT_EQ(results().size(), 2u);
 }
 
 TEST_F(AddResultTest, DuplicateKeysAreRefusedOnceTheDocumentHoldsARecord) {
@@ -339,8 +289,8 @@ TEST_F(AddResultTest, DuplicateKeysAreRefusedOnceTheDocumentHoldsARecord) {
   EXPECT_FALSE(add(named("first", "1")).success);
 
   // From now on a refused result has used up its name.
-  Answer bad = add(named("second", "1,5"));
-  EXPECT_EQ(bad.text, "Invalid Test Result Value : [1,5] for the Test[second]");
+  EXPECT_EQ(add(named("second", "1,5")).text,
+            "Invalid Test Result Value : [1,5] for the Test[second]");
   Answer retry = add(named("second", "1.5"));
   EXPECT_EQ(retry.text,
             "Duplicate Parametric Key or Duplicate Test+SubTest_SubSubTest Name [second]");
@@ -383,7 +333,7 @@ TEST_F(AddResultTest, ValuesAndLimitsAreCheckedByTheirCharactersOnly) {
   limits.upper = "high";
   EXPECT_EQ(add(limits).text,
             "Invalid Upper Limit value : [high] for the Test[" + limits.name + "]");
-  limits = unique("x");
+  limits = unique("x");  // the value is checked first
   limits.lower = "low";
   EXPECT_EQ(add(limits).text.rfind("Invalid Test Result Value", 0), 0u);
   // A value set to the sentinel by the station is a pass/fail record.
@@ -392,23 +342,7 @@ TEST_F(AddResultTest, ValuesAndLimitsAreCheckedByTheirCharactersOnly) {
 }
 
 TEST_F(AddResultTest, CountLimitFromTheStationFileWithDataCollectionExempt) {
-  Json::Value info = stationInfo();
-  info["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = 5;
-  start(info);
-  for (int i = 0; i < 5; ++i) EXPECT_TRUE(add(named("t" + std::to_string(i))).success);
-  uint32_t counter = CResultBrick::getFileCounter();
-  Answer sixth = add(named("t5"));
-  EXPECT_EQ(sixth.text,
-            "total tests exceed the number of tests [5] allowed in the ks_station_info.json file.");
-  EXPECT_EQ(sixth.message, 4u);
-  EXPECT_EQ(uut_->testPasses, 5u);
-  EXPECT_EQ(CResultBrick::getFileCounter(), counter);
-  EXPECT_TRUE(add(named("Data Collection")).success);
-  EXPECT_EQ(results().size(), 6u);
-}
-
-TEST_F(AddResultTest, DefaultCountLimitIs30000) {
-  // The counters stand in for 29,999 earlier results.
+  // Default: 30,000, with counters standing in for earlier results.
   uut_->testPasses = 29999;
   EXPECT_TRUE(add(named("the 30000th")).success);
   EXPECT_EQ(add(named("one more")).text,
@@ -425,6 +359,20 @@ TEST_F(AddResultTest, DefaultCountLimitIs30000) {
     uut_->testNAs = 29999;
     EXPECT_TRUE(add(named("last")).success) << limit;
   }
+
+  Json::Value info = stationInfo();
+  info["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = 5;
+  start(info);
+  for (int i = 0; i < 5; ++i) EXPECT_TRUE(add(named("t" + std::to_string(i))).success);
+  uint32_t counter = CResultBrick::getFileCounter();
+  Answer sixth = add(named("t5"));
+  EXPECT_EQ(sixth.text,
+            "total tests exceed the number of tests [5] allowed in the ks_station_info.json file.");
+  EXPECT_EQ(sixth.message, 4u);
+  EXPECT_EQ(uut_->testPasses, 5u);
+  EXPECT_EQ(CResultBrick::getFileCounter(), counter);
+  EXPECT_TRUE(add(named("Data Collection")).success);
+  EXPECT_EQ(results().size(), 6u);
 }
 
 TEST_F(AddResultTest, PrioritiesNamedInTheStationListAreCountedButNotRecorded) {
@@ -446,6 +394,11 @@ TEST_F(AddResultTest, PrioritiesNamedInTheStationListAreCountedButNotRecorded) {
   EXPECT_EQ(uut_->getSubmittedCount(2), 1u);
   EXPECT_EQ(uut_->getSubmittedCount(3), 1u);
   EXPECT_EQ(CResultBrick::getFileCounter(), counter + 2);
+
+  // A priority without a name is sent, unless the list says "NOTFOUND".
+  EXPECT_TRUE(uut_->canSendPDataToTrax(static_cast<BK_TRAX_PRIORITY>(-1)));
+  uut_->pdataNotSent.append(Json::Value(Json::objectValue));  // names nothing
+  EXPECT_TRUE(uut_->canSendPDataToTrax(BK_TRAX_PRIORITY_AU));
 }
 
 TEST_F(AddResultTest, NotFoundInTheListHoldsBackEverythingButP0) {
@@ -465,33 +418,24 @@ TEST_F(AddResultTest, NotFoundInTheListHoldsBackEverythingButP0) {
   // -1 and 77 have no counter; the others one each.
   for (unsigned index : {0u, 1u, 2u, 5u}) EXPECT_EQ(uut_->getSubmittedCount(index), 1u) << index;
   EXPECT_EQ(uut_->getSubmittedCount(3) + uut_->getSubmittedCount(4), 0u);
-
-  // Without "NOTFOUND", a priority without a name is sent.
-  uut_->pdataNotSent = Json::Value(Json::arrayValue);
-  uut_->pdataNotSent.append("p1");
-  EXPECT_TRUE(uut_->canSendPDataToTrax(static_cast<BK_TRAX_PRIORITY>(-1)));
-  EXPECT_TRUE(uut_->canSendPDataToTrax(BK_TRAX_PRIORITY_P2));
-  EXPECT_FALSE(uut_->canSendPDataToTrax(BK_TRAX_PRIORITY_P1));
-  uut_->pdataNotSent.append(Json::Value(Json::objectValue));  // names nothing
-  EXPECT_TRUE(uut_->canSendPDataToTrax(BK_TRAX_PRIORITY_AU));
 }
 
 TEST_F(AddResultTest, DummyFailTestIsAFailingPassFailRecord) {
   uut_->createDummyFailTest(std::string(60, 'F').c_str(), nullptr, "step", "station broke");
-  ASSERT_EQ(results().size(), 1u);
-  const Json::Value& record = results()[0];
-  EXPECT_EQ(record["test"], std::string(48, 'F'));
-  EXPECT_FALSE(record.isMember("sub_test"));
-  EXPECT_EQ(record["sub_sub_test"], "step");
-  EXPECT_EQ(record["test_type"], "PF");
-  EXPECT_EQ(record["result"], "fail");
-  EXPECT_EQ(record["message"], "station broke");
-  EXPECT_EQ(uut_->testFailures, 1u);
-
-  size_t errors = countLines(readLog(), "Can not create our fake fail test.");
   uut_->createDummyFailTest("again", "", "", "");  // a fail needs a message
-  EXPECT_EQ(countLines(readLog(), "Can not create our fake fail test."), errors + 1);
-  EXPECT_EQ(results().size(), 1u);
+  ASSERT_EQ(results().size(), 1u);
+  Json::Value expected(Json::objectValue);
+  expected["test"] = std::string(48, 'F');
+  expected["sub_sub_test"] = "step";
+  for (const char* key : {"value", "lower_limit", "upper_limit", "units", "priority"}) {
+    expected[key] = "";
+  }
+  expected["test_type"] = "PF";
+  expected["result"] = "fail";
+  expected["message"] = "station broke";
+  EXPECT_EQ(results()[0], expected) << results()[0];
+  EXPECT_EQ(uut_->testFailures, 1u);
+  EXPECT_EQ(countLines(readLog(), "Can not create our fake fail test."), 1u);
 }
 
 }  // namespace

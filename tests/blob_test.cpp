@@ -1,8 +1,8 @@
 // The blob store: staged and final names, compression, the size limit, the
 // records in "blobs" and the retention policies.
-#include <ctype.h>
 #include <dirent.h>
 #include <gtest/gtest.h>
+#include <string.h>
 #include <sys/stat.h>
 #include <zlib.h>
 
@@ -14,20 +14,13 @@
 #include "session/UUT.h"
 #include "support/TestSupport.h"
 
+using namespace bk_test;
+
 namespace {
 
 const unsigned kFailApiSyntax = 0x80100004u;
 const unsigned kFailFilesystem = 0x80100007u;
 const char* const kSerial = "C02XK0ABCDEF";
-
-// A time stamp as the library writes it: 8 digits, "-", 6 digits, ".", 6 digits.
-bool isStamp(const std::string& text) {
-  if (text.size() != 22 || text[8] != '-' || text[15] != '.') return false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (i != 8 && i != 15 && !isdigit(static_cast<unsigned char>(text[i]))) return false;
-  }
-  return true;
-}
 
 bool endsWith(const std::string& text, const std::string& end) {
   return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
@@ -65,24 +58,22 @@ std::string sampleBytes(size_t size) {
 
 class BlobStore : public ::testing::Test {
  protected:
-  // A session that holds the unit's serial number.  Blobs do not care whether
-  // the number passed validation, only that it is there.
-  void start(const Json::Value& info = bk_test::sampleStationInfo(), bool withSerial = true) {
-    bk_test::writeStationFiles(info);
-    BKReplyHandle reply = BK_UUTStart(&handle);
-    ASSERT_TRUE(BK_success(reply));
-    BK_reply_destroy(reply);
+  // A (new) session that holds the unit's serial number.  Blobs do not care
+  // whether the number passed validation, only that it is there.
+  void start(const Json::Value& info = sampleStationInfo(), bool withSerial = true) {
+    TearDown();
+    writeStationFiles(info);
+    ASSERT_TRUE(run(BK_UUTStart(&handle)));
     uut = static_cast<CUUT*>(handle);
-    if (withSerial) {
-      BK_reply_destroy(BK_addAttribute(handle, "serialnumber", kSerial));
-      ASSERT_EQ(uut->getSN(), kSerial);
-    }
+    if (withSerial) BK_reply_destroy(BK_addAttribute(handle, "serialnumber", kSerial));
   }
   void TearDown() override {
     if (handle != nullptr) BK_UID_destroy(handle);
+    handle = nullptr;
   }
   std::string blobDir() { return uut->getPath() + "blobs/"; }
   const Json::Value& blobs() { return uut->getRootJson()["blobs"]; }
+  std::string lastName() { return blobs()[blobs().size() - 1]["file_name"].asString(); }
 
   // Runs one call and keeps its outcome.
   bool run(BKReplyHandle reply) {
@@ -102,92 +93,77 @@ class BlobStore : public ::testing::Test {
 TEST_F(BlobStore, FileIsCompressedUnderItsFinalNameAndRecorded) {
   start();
   const std::string content = sampleBytes(3 * 8192 + 17);
-  bk_test::writeFile("/tmp/trace.txt", content);
+  writeFile("/tmp/trace.txt", content);
   ASSERT_TRUE(run(BK_addBlob(handle, "run:1/trace", "/tmp/trace.txt"))) << text;
   EXPECT_EQ(status, 0u);
 
   std::vector<std::string> files = listDirectory(blobDir());
   ASSERT_EQ(files.size(), 1u);  // the staged copy is gone
   const std::string name = files[0];
-  const std::string serial = std::string(kSerial) + "_";
-  ASSERT_EQ(name.compare(0, serial.size(), serial), 0) << name;
-  EXPECT_TRUE(isStamp(name.substr(serial.size(), 22))) << name;
-  EXPECT_EQ(name.substr(serial.size() + 22), "_P42_FUNCTIONAL-TEST_run_1_trace.txt.gz");
+  // Serial, a stamp of 8 digits "-" 6 digits "." 6 digits, station text, name.
+  EXPECT_EQ(name.substr(0, strlen(kSerial) + 1), std::string(kSerial) + "_");
+  const std::string stamp = name.substr(strlen(kSerial) + 1, 22);
+  const std::string digits = stamp.substr(0, 8) + stamp.substr(9, 6) + stamp.substr(16);
+  EXPECT_TRUE(stamp[8] == '-' && stamp[15] == '.' && digits.size() == 20) << name;
+  EXPECT_EQ(digits.find_first_not_of("0123456789"), std::string::npos) << name;
+  EXPECT_EQ(name.substr(strlen(kSerial) + 23), "_P42_FUNCTIONAL-TEST_run_1_trace.txt.gz");
   EXPECT_EQ(gunzip(blobDir() + name), content);
-  EXPECT_TRUE(bk_test::fileExists("/tmp/trace.txt"));
+  EXPECT_TRUE(fileExists("/tmp/trace.txt"));
 
   ASSERT_EQ(blobs().size(), 1u);
   const Json::Value& record = blobs()[0];
+  EXPECT_EQ(record.size(), 4u);
   EXPECT_EQ(record["file_name"], name);
   ASSERT_TRUE(record["file_size"].isString());
-  EXPECT_EQ(record["file_size"].asString(),
-            std::to_string(bk_test::readFile(blobDir() + name).size()));
+  EXPECT_EQ(record["file_size"].asString(), std::to_string(readFile(blobDir() + name).size()));
   EXPECT_EQ(record["display_name"], "run:1/trace");
   EXPECT_TRUE(record["retention_policy"].isUInt());
   EXPECT_EQ(record["retention_policy"].asUInt(), 30u);
-  EXPECT_EQ(record.size(), 4u);
 }
 
 TEST_F(BlobStore, CompressedExtensionsAreMovedAndOthersCompressed) {
   start();
   const std::string content = sampleBytes(1000);
   for (const char* extension : {".zip", ".gz", ".bz2", ".ZIP", ".GZ", ".BZ2", ".tgz", ".TGZ"}) {
-    const std::string source = std::string("/tmp/a") + extension;
-    bk_test::writeFile(source, content);
-    ASSERT_TRUE(run(BK_addBlob(handle, "a", source.c_str()))) << text;
-    const Json::Value& record = blobs()[blobs().size() - 1];
-    const std::string name = record["file_name"].asString();
-    EXPECT_EQ(name.substr(name.size() - strlen(extension) - 2), std::string("_a") + extension);
-    EXPECT_EQ(bk_test::readFile(blobDir() + name), content) << extension;
-    EXPECT_EQ(record["file_size"], "1000");
+    writeFile(std::string("/tmp/a") + extension, content);
+    ASSERT_TRUE(run(BK_addBlob(handle, "a", (std::string("/tmp/a") + extension).c_str()))) << text;
+    EXPECT_TRUE(endsWith(lastName(), std::string("_a") + extension)) << lastName();
+    EXPECT_EQ(readFile(blobDir() + lastName()), content) << extension;
+    EXPECT_EQ(blobs()[blobs().size() - 1]["file_size"], "1000");
   }
   for (const char* extension : {".Gz", ".Zip", ".tar", ""}) {
-    const std::string source = std::string("/tmp/b") + extension;
-    bk_test::writeFile(source, content);
-    ASSERT_TRUE(run(BK_addBlob(handle, "b", source.c_str()))) << text;
-    const std::string name = blobs()[blobs().size() - 1]["file_name"].asString();
-    EXPECT_EQ(name.substr(name.size() - strlen(extension) - 5),
-              std::string("_b") + extension + ".gz");
-    EXPECT_EQ(gunzip(blobDir() + name), content) << extension;
+    writeFile(std::string("/tmp/b") + extension, content);
+    ASSERT_TRUE(run(BK_addBlob(handle, "b", (std::string("/tmp/b") + extension).c_str()))) << text;
+    EXPECT_TRUE(endsWith(lastName(), std::string("_b") + extension + ".gz")) << lastName();
+    EXPECT_EQ(gunzip(blobDir() + lastName()), content) << extension;
   }
-  EXPECT_EQ(listDirectory(blobDir()).size(), 12u);
-}
-
-TEST_F(BlobStore, MemoryBlockHasNoExtension) {
-  start();
-  const std::string content = sampleBytes(20000);
+  // A memory block has no extension of its own.
   ASSERT_TRUE(run(BK_addBlobData(handle, "dump|1", content.data(), content.size()))) << text;
-  const std::string name = blobs()[0]["file_name"].asString();
-  EXPECT_TRUE(endsWith(name, "_FUNCTIONAL-TEST_dump_1.gz")) << name;
-  EXPECT_EQ(gunzip(blobDir() + name), content);
-  EXPECT_EQ(blobs()[0]["display_name"], "dump|1");
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Exitiing BK_addBlobData"), 1u);
+  EXPECT_TRUE(endsWith(lastName(), "_FUNCTIONAL-TEST_dump_1.gz")) << lastName();
+  EXPECT_EQ(gunzip(blobDir() + lastName()), content);
+  EXPECT_EQ(blobs()[12]["display_name"], "dump|1");
+  EXPECT_EQ(listDirectory(blobDir()).size(), 13u);
+  EXPECT_EQ(countLines(readLog(), "Exitiing BK_addBlobData"), 1u);
 }
 
-TEST_F(BlobStore, NeedsTheSerialNumberAndKeepsTheStagedCopy) {
-  start(bk_test::sampleStationInfo(), false);
-  bk_test::writeFile("/tmp/x.log", "abc");
+TEST_F(BlobStore, RefusalsKeepTheStagedCopyAndRecordNothing) {
+  start(sampleStationInfo(), false);
+  writeFile("/tmp/x.log", "abc");
   EXPECT_FALSE(run(BK_addBlob(handle, "x", "/tmp/x.log")));
   EXPECT_EQ(text, "Attribtue 'serialnumber' is not populated yet.");
   EXPECT_EQ(status, kFailApiSyntax);
   EXPECT_EQ(listDirectory(blobDir()), std::vector<std::string>{"x.log"});
-  EXPECT_TRUE(blobs().empty());
-}
 
-TEST_F(BlobStore, MissingSourceAndUnwritableTarget) {
-  start();
+  BK_reply_destroy(BK_addAttribute(handle, "serialnumber", kSerial));
   EXPECT_FALSE(run(BK_addBlob(handle, "x", "/tmp/absent.log")));
   EXPECT_EQ(text,
             "either the blob file or the referenced directory doesn't exist: /tmp/absent.log");
   EXPECT_EQ(status, kFailFilesystem);
-
   // A directory where the memory blob's file should go: reported, not thrown.
-  mkdir(blobDir().c_str(), 0755);
   mkdir((blobDir() + "taken").c_str(), 0755);
   EXPECT_FALSE(run(BK_addBlobData(handle, "taken", "abc", 3)));
   EXPECT_EQ(text, "copyFromMemory: Could not open blob file '" + blobDir() + "taken'");
   EXPECT_EQ(status, kFailFilesystem);
-
   EXPECT_FALSE(run(BK_addBlobData(handle, "negative", "abc", -5)));
   EXPECT_EQ(text, "copyFromMemory: bytes written (0) does not equal lengthOfBlob (-5)");
   EXPECT_TRUE(blobs().empty());
@@ -195,21 +171,16 @@ TEST_F(BlobStore, MissingSourceAndUnwritableTarget) {
 
 TEST_F(BlobStore, SizeLimitIsInclusiveAndCountsTheCompressedSize) {
   // The compressed size of this content, measured once without a limit.
-  const std::string content = sampleBytes(50000);
-  bk_test::writeFile("/tmp/c.bin", content);
+  writeFile("/tmp/c.bin", sampleBytes(50000));
   start();
   ASSERT_TRUE(run(BK_addBlob(handle, "c", "/tmp/c.bin")));
   const long compressed = std::stol(blobs()[0]["file_size"].asString());
   ASSERT_LT(compressed, 50000);
-  BK_UID_destroy(handle);
-  handle = nullptr;
 
-  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value info = sampleStationInfo();
   info["ksinfo"]["MAX_BLOB_SIZE_ALLOWED_IN_BYTES"] = static_cast<Json::Int>(compressed);
   start(info);
   EXPECT_TRUE(run(BK_addBlob(handle, "c", "/tmp/c.bin"))) << text;
-  BK_UID_destroy(handle);
-  handle = nullptr;
 
   info["ksinfo"]["MAX_BLOB_SIZE_ALLOWED_IN_BYTES"] = static_cast<Json::Int>(compressed - 1);
   start(info);
@@ -223,46 +194,37 @@ TEST_F(BlobStore, SizeLimitIsInclusiveAndCountsTheCompressedSize) {
   EXPECT_EQ(status, kFailApiSyntax);
   EXPECT_EQ(listDirectory(blobDir()).size(), 2u);  // staged and compressed both stay
   EXPECT_TRUE(blobs().empty());
-}
 
-TEST_F(BlobStore, SizeLimitOfAnAlreadyCompressedFile) {
-  bk_test::writeFile("/tmp/d.zip", std::string(100, 'z'));
-  Json::Value info = bk_test::sampleStationInfo();
+  // An already compressed file is measured as it is, under another text.
+  writeFile("/tmp/d.zip", std::string(100, 'z'));
   info["ksinfo"]["MAX_BLOB_SIZE_ALLOWED_IN_BYTES"] = 99;
   start(info);
   EXPECT_FALSE(run(BK_addBlob(handle, "d", "/tmp/d.zip")));
   EXPECT_EQ(text, "BlobFile" + blobDir() + "d.zip] File size [100] exceeded blob size limit[99]");
-  BK_UID_destroy(handle);
-  handle = nullptr;
-
   // 1, a text, or nothing at all: the limit is 1 GiB.
   for (Json::Value limit : {Json::Value(1), Json::Value("99"), Json::Value(Json::nullValue)}) {
     info["ksinfo"]["MAX_BLOB_SIZE_ALLOWED_IN_BYTES"] = limit;
     if (limit.isNull()) info["ksinfo"].removeMember("MAX_BLOB_SIZE_ALLOWED_IN_BYTES");
     start(info);
     EXPECT_TRUE(run(BK_addBlob(handle, "d", "/tmp/d.zip"))) << text;
-    BK_UID_destroy(handle);
-    handle = nullptr;
   }
 }
 
 TEST_F(BlobStore, PoliciesMapToDaysAndStick) {
   start();
-  bk_test::writeFile("/tmp/p.txt", "p");
+  writeFile("/tmp/p.txt", "p");
   const unsigned expected[] = {0, 30, 60, 90, 180, 270, 360};
   for (int policy = 1; policy <= 7; ++policy) {
-    ASSERT_TRUE(
-        run(BK_addBlobWithPolicy(handle, static_cast<BK_BKBLOBPOLICY>(policy), "p", "/tmp/p.txt")))
-        << text;
+    auto keep = static_cast<BK_BKBLOBPOLICY>(policy);
+    ASSERT_TRUE(run(BK_addBlobWithPolicy(handle, keep, "p", "/tmp/p.txt"))) << text;
     EXPECT_EQ(blobs()[policy - 1]["retention_policy"].asUInt(), expected[policy - 1]);
   }
   for (int policy : {0, 8}) {
-    EXPECT_FALSE(
-        run(BK_addBlobWithPolicy(handle, static_cast<BK_BKBLOBPOLICY>(policy), "p", "/tmp/p.txt")));
+    auto keep = static_cast<BK_BKBLOBPOLICY>(policy);
+    EXPECT_FALSE(run(BK_addBlobWithPolicy(handle, keep, "p", "/tmp/p.txt")));
     EXPECT_EQ(text, "Invalid BK_BKBLOBPOLICY enum value passed, blob not copied ");
     EXPECT_EQ(status, kFailApiSyntax);
-    EXPECT_FALSE(
-        run(BK_addBlobDataWithPolicy(handle, static_cast<BK_BKBLOBPOLICY>(policy), "m", "m", 1)));
+    EXPECT_FALSE(run(BK_addBlobDataWithPolicy(handle, keep, "m", "m", 1)));
     EXPECT_EQ(text, "Invalid BK_BKBLOBPOLICY enum value passed ");
   }
   EXPECT_FALSE(run(BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_90, "m", "m", 0)));
@@ -277,17 +239,17 @@ TEST_F(BlobStore, PoliciesMapToDaysAndStick) {
   ASSERT_TRUE(run(BK_addBlobData(handle, "m", "m", 1)));
   EXPECT_EQ(blobs()[9]["retention_policy"].asUInt(), 180u);
 
-  const std::string log = bk_test::readLog();
-  EXPECT_GE(bk_test::countLines(log, "p : 1 blob added"), 7u);
-  EXPECT_EQ(bk_test::countLines(log, "p : 0 blob failed"), 1u);
-  EXPECT_EQ(bk_test::countLines(log, "m : 1 blob data added"), 1u);
+  const std::string log = readLog();
+  EXPECT_GE(countLines(log, "p : 1 blob added"), 7u);
+  EXPECT_EQ(countLines(log, "p : 0 blob failed"), 1u);
+  EXPECT_EQ(countLines(log, "m : 1 blob data added"), 1u);
 }
 
 TEST_F(BlobStore, FeatureOffReportsSuccessAndStoresNothing) {
-  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value info = sampleStationInfo();
   info["ksinfo"]["BLOBS_TO_SEND_TO_TRAX_ON_OFF"] = "OFF";
   start(info);
-  bk_test::writeFile("/tmp/f.txt", "f");
+  writeFile("/tmp/f.txt", "f");
   const std::string off =
       "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
       "ks_station_info.json file.";
@@ -298,19 +260,17 @@ TEST_F(BlobStore, FeatureOffReportsSuccessAndStoresNothing) {
   EXPECT_TRUE(run(BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_60, "f", "f", 1)));
   EXPECT_EQ(text, off);
   EXPECT_TRUE(blobs().empty());
-  EXPECT_FALSE(bk_test::fileExists(blobDir()));
+  EXPECT_FALSE(fileExists(blobDir()));
 }
 
 TEST_F(BlobStore, StationTextComesFromTheStationType) {
-  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value info = sampleStationInfo();
   info["ksinfo"].removeMember("STATION_TYPE");
   info["ksinfo"].removeMember("PRODUCT");
   start(info);
-  bk_test::writeFile("/tmp/s.txt", "s");
+  writeFile("/tmp/s.txt", "s");
   ASSERT_TRUE(run(BK_addBlob(handle, "s", "/tmp/s.txt")));
-  EXPECT_TRUE(endsWith(blobs()[0]["file_name"].asString(), "_NOTFOUND_NOTFOUND_s.txt.gz"));
-  BK_UID_destroy(handle);
-  handle = nullptr;
+  EXPECT_TRUE(endsWith(lastName(), "_NOTFOUND_NOTFOUND_s.txt.gz")) << lastName();
 
   info["ksinfo"]["STATION_TYPE"] = "";
   start(info);
@@ -321,60 +281,49 @@ TEST_F(BlobStore, StationTextComesFromTheStationType) {
 
 TEST_F(BlobStore, NullArgumentsAreNamed) {
   start();
-  struct Case {
-    BKReplyHandle reply;
-    const char* expected;
+  const std::pair<BKReplyHandle, const char*> cases[] = {
+      {BK_addBlob(nullptr, "n", "p"), "inHandle"},
+      {BK_addBlob(handle, nullptr, "p"), "inBlobName"},
+      {BK_addBlob(handle, "n", nullptr), "inPathToBlobFile"},
+      {BK_addBlobData(handle, nullptr, "d", 1), "inBlobName"},
+      {BK_addBlobData(handle, "n", nullptr, 1), "inBlobPointer"},
+      {BK_addBlobWithPolicy(nullptr, BK_BLOB_KEEP_0, "n", "p"), "inHandle"},
+      {BK_addBlobWithPolicy(handle, BK_BLOB_KEEP_0, nullptr, "p"), "kcpBlobName"},
+      {BK_addBlobWithPolicy(handle, BK_BLOB_KEEP_0, "n", nullptr), "kcpPathToBlobFile"},
+      {BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_0, nullptr, "d", 1), "kcpBlobName"},
+      {BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_0, "n", nullptr, 1), "kpBlobPointer"},
   };
-  const Case cases[] = {
-      {BK_addBlob(nullptr, "n", "p"), "NULL inHandle handle passed as a parameter"},
-      {BK_addBlob(handle, nullptr, "p"), "NULL inBlobName handle passed as a parameter"},
-      {BK_addBlob(handle, "n", nullptr), "NULL inPathToBlobFile handle passed as a parameter"},
-      {BK_addBlobData(handle, nullptr, "d", 1), "NULL inBlobName handle passed as a parameter"},
-      {BK_addBlobData(handle, "n", nullptr, 1), "NULL inBlobPointer handle passed as a parameter"},
-      {BK_addBlobWithPolicy(nullptr, BK_BLOB_KEEP_0, "n", "p"),
-       "NULL inHandle handle passed as a parameter"},
-      {BK_addBlobWithPolicy(handle, BK_BLOB_KEEP_0, nullptr, "p"),
-       "NULL kcpBlobName handle passed as a parameter"},
-      {BK_addBlobWithPolicy(handle, BK_BLOB_KEEP_0, "n", nullptr),
-       "NULL kcpPathToBlobFile handle passed as a parameter"},
-      {BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_0, nullptr, "d", 1),
-       "NULL kcpBlobName handle passed as a parameter"},
-      {BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_0, "n", nullptr, 1),
-       "NULL kpBlobPointer handle passed as a parameter"},
-  };
-  for (const Case& c : cases) {
-    EXPECT_FALSE(run(c.reply));
-    EXPECT_EQ(text, c.expected);
+  for (const auto& [reply, name] : cases) {
+    EXPECT_FALSE(run(reply));
+    EXPECT_EQ(text, std::string("NULL ") + name + " handle passed as a parameter");
     EXPECT_EQ(status, kFailApiSyntax);
   }
   EXPECT_EQ(uut->retentionPolicy, 30u);  // no refused call touched it
 }
 
 TEST(BlobCompression, RoundTripsAcrossChunkEdgesWithAFlushPerChunk) {
+  const std::string marker("\0\0\xff\xff", 4);  // the empty stored block of a sync flush
   for (size_t size : {0u, 8191u, 8192u, 8193u, 5u * 8192u}) {
     const std::string content = sampleBytes(size);
-    bk_test::writeFile("/tmp/in.bin", content);
+    writeFile("/tmp/in.bin", content);
     ASSERT_TRUE(Util_filecompress("/tmp/in.bin", "/tmp/out"));
     EXPECT_EQ(gunzip("/tmp/out.gz"), content) << size;
-    // Each sync flush ends in an empty stored block: 00 00 ff ff.
-    const std::string packed = bk_test::readFile("/tmp/out.gz");
+    const std::string packed = readFile("/tmp/out.gz");
     size_t markers = 0;
-    for (size_t at = packed.find(std::string("\0\0\xff\xff", 4)); at != std::string::npos;
-         at = packed.find(std::string("\0\0\xff\xff", 4), at + 1)) {
+    for (size_t at = packed.find(marker); at != std::string::npos; at = packed.find(marker, at + 1))
       ++markers;
-    }
     EXPECT_GE(markers, (size + 8191) / 8192) << size;
   }
 }
 
 TEST(BlobCompression, FailsCleanlyOnBadPaths) {
   EXPECT_FALSE(Util_filecompress("/tmp/absent.bin", "/tmp/out"));
-  EXPECT_FALSE(bk_test::fileExists("/tmp/out.gz"));
-  bk_test::writeFile("/tmp/in.bin", "x");
+  EXPECT_FALSE(fileExists("/tmp/out.gz"));
+  writeFile("/tmp/in.bin", "x");
   EXPECT_FALSE(Util_filecompress("/tmp/in.bin", "/tmp/no/such/dir/out"));
-  const std::string log = bk_test::readLog();
-  EXPECT_EQ(bk_test::countLines(log, "Could not open file '/tmp/absent.bin' ."), 1u);
-  EXPECT_EQ(bk_test::countLines(log, "Could not open file '/tmp/no/such/dir/out' ."), 1u);
+  const std::string log = readLog();
+  EXPECT_EQ(countLines(log, "Could not open file '/tmp/absent.bin' ."), 1u);
+  EXPECT_EQ(countLines(log, "Could not open file '/tmp/no/such/dir/out' ."), 1u);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 // Log rotation by size and pruning of old copies by age.
 #include <dirent.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -12,6 +11,8 @@
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
 #include "support/TestSupport.h"
+
+using namespace bk_test;
 
 namespace {
 
@@ -30,19 +31,22 @@ std::vector<std::string> rotatedCopies() {
 
 // Station settings as the library sees them after a session's start.
 void useSettings(const Json::Value& rotateSize, const Json::Value& maximumAge) {
-  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value info = sampleStationInfo();
   if (!rotateSize.isNull()) info["ksinfo"]["ROTATE_OTTER_LOG_SIZE_OF"] = rotateSize;
   if (!maximumAge.isNull()) info["ksinfo"]["REMOVE_OTTER_LOG_OLDER_THAN"] = maximumAge;
-  bk_test::writeStationFiles(info);
+  writeStationFiles(info);
   getKSInfo()->refresh();
 }
 
 void makeFileOfSize(const std::string& path, off_t size) {
-  bk_test::writeFile(path, "start of the log\n");
+  writeFile(path, "start of the log\n");
   ASSERT_EQ(truncate(path.c_str(), size), 0);
 }
 
-void age(const std::string& path, long seconds) {
+// A file of `name` under /vault/, last modified `seconds` ago.
+void writeAged(const std::string& name, long seconds) {
+  const std::string path = "/vault/" + name;
+  writeFile(path, name);
   timeval times[2];
   gettimeofday(&times[0], nullptr);
   times[0].tv_sec -= seconds;
@@ -55,23 +59,20 @@ TEST(LogRotation, AtTheLimitCopiedAndEmptiedOneByteLessLeftAlone) {
   makeFileOfSize(kRotated, 999);
   Util_rotateLog(kRotated);
   EXPECT_TRUE(rotatedCopies().empty());
-  EXPECT_EQ(bk_test::readFile(kRotated).size(), 999u);
 
   makeFileOfSize(kRotated, 1000);
-  const std::string before = bk_test::readFile(kRotated);
+  const std::string before = readFile(kRotated);
   Util_rotateLog(kRotated);
   std::vector<std::string> copies = rotatedCopies();
   ASSERT_EQ(copies.size(), 1u);
   // "Bramblekit-", a stamp of 8 digits, "-", 6 digits, ".", 6 digits, ".log".
   ASSERT_EQ(copies[0].size(), 37u) << copies[0];
-  EXPECT_EQ(copies[0].substr(0, 11), "Bramblekit-");
-  EXPECT_EQ(copies[0].substr(33), ".log");
+  EXPECT_EQ(copies[0].substr(0, 11) + copies[0].substr(33), "Bramblekit-.log");
   const std::string stamp = copies[0].substr(11, 22);
   EXPECT_EQ(stamp.find_first_not_of("0123456789-."), std::string::npos) << stamp;
-  EXPECT_EQ(stamp[8], '-');
-  EXPECT_EQ(stamp[15], '.');
-  EXPECT_EQ(bk_test::readFile("/vault/" + copies[0]), before);
-  EXPECT_EQ(bk_test::readFile(kRotated).size(), 0u);
+  EXPECT_TRUE(stamp[8] == '-' && stamp[15] == '.') << stamp;
+  EXPECT_EQ(readFile("/vault/" + copies[0]), before);
+  EXPECT_EQ(readFile(kRotated).size(), 0u);
 
   Util_rotateLog("/vault/absent.log");  // nothing to do, no lock left held
   makeFileOfSize(kRotated, 2000);
@@ -94,49 +95,42 @@ TEST(LogRotation, DefaultOf50MiBForAWrongTypeOrNoStationFile) {
 
 TEST(LogPruning, OldCopiesGoTheLiveLogAndNewOnesStay) {
   useSettings(Json::Value(), 100);
-  bk_test::writeFile("/vault/Bramblekit-old.log", "old");
-  bk_test::writeFile("/vault/x-Bramblekit-old.txt", "old");
-  bk_test::writeFile("/vault/Bramblekit-new.log", "new");
-  bk_test::writeFile("/vault/Bramblekit.log", "live");
-  age("/vault/Bramblekit-old.log", 101);
-  age("/vault/x-Bramblekit-old.txt", 101);
-  age("/vault/Bramblekit-new.log", 50);
-  age("/vault/Bramblekit.log", 1000);
+  writeAged("Bramblekit-old.log", 101);
+  writeAged("x-Bramblekit-old.txt", 101);  // any name that holds it
+  writeAged("Bramblekit-new.log", 50);
+  writeAged("Bramblekit.log", 1000);
   Util_deleteLogs("/vault/");
-  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-old.log"));
-  EXPECT_FALSE(bk_test::fileExists("/vault/x-Bramblekit-old.txt"));  // any name that holds it
-  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit-new.log"));
-  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit.log"));
+  EXPECT_FALSE(fileExists("/vault/Bramblekit-old.log"));
+  EXPECT_FALSE(fileExists("/vault/x-Bramblekit-old.txt"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit-new.log"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit.log"));
   Util_deleteLogs("/vault/absent/");  // no directory: nothing happens
-}
 
-TEST(LogPruning, DefaultOf30DaysForAWrongType) {
+  // A wrong type means 30 days.
   useSettings(Json::Value(), "100");
-  bk_test::writeFile("/vault/Bramblekit-a.log", "a");
-  bk_test::writeFile("/vault/Bramblekit-b.log", "b");
-  age("/vault/Bramblekit-a.log", 2592000 + 5);
-  age("/vault/Bramblekit-b.log", 2592000 - 100);
+  writeAged("Bramblekit-a.log", 2592000 + 5);
+  writeAged("Bramblekit-b.log", 2592000 - 100);
   Util_deleteLogs("/vault/");
-  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-a.log"));
-  EXPECT_TRUE(bk_test::fileExists("/vault/Bramblekit-b.log"));
+  EXPECT_FALSE(fileExists("/vault/Bramblekit-a.log"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit-b.log"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit-new.log"));
 }
 
 TEST(LogHousekeeping, FreeingASessionRotatesAndPrunes) {
-  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value info = sampleStationInfo();
   info["ksinfo"]["ROTATE_OTTER_LOG_SIZE_OF"] = 200;
   info["ksinfo"]["REMOVE_OTTER_LOG_OLDER_THAN"] = 100;
-  bk_test::writeStationFiles(info);
-  bk_test::writeFile("/vault/Bramblekit-stale.log", "stale");
-  age("/vault/Bramblekit-stale.log", 500);
+  writeStationFiles(info);
+  writeAged("Bramblekit-stale.log", 500);
   UUTHandle handle = nullptr;
   BKReplyHandle reply = BK_UUTStart(&handle);
   ASSERT_TRUE(BK_success(reply));
   BK_reply_destroy(reply);
-  ASSERT_GE(bk_test::readLog().size(), 200u);  // the start alone logs more than that
+  ASSERT_GE(readLog().size(), 200u);  // the start alone logs more than that
   BK_UID_destroy(handle);
-  EXPECT_FALSE(bk_test::fileExists("/vault/Bramblekit-stale.log"));
+  EXPECT_FALSE(fileExists("/vault/Bramblekit-stale.log"));
   EXPECT_EQ(rotatedCopies().size(), 1u);
-  EXPECT_LT(bk_test::readLog().size(), 200u);
+  EXPECT_LT(readLog().size(), 200u);
 }
 
 }  // namespace

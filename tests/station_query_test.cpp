@@ -12,62 +12,9 @@ namespace {
 
 const unsigned kFailApiSyntax = 0x80100004u;
 
-// The numbers stations use, as they have always been; 0 marks a gap.
-const char* const kExpectedKeys[49] = {
-    nullptr,
-    "SITE",
-    "PRODUCT",
-    "BUILD_STAGE",
-    "BUILD_SUBSTAGE",
-    "REMOTE_ADDR",
-    "LOCATION",
-    "LINE_NUMBER",
-    "STATION_NUMBER",
-    "STATION_TYPE",
-    "SCREEN_COLOR",
-    "STATION_IP",
-    "DCS_IP",
-    "TRAX_IP",
-    "HERON_IP",
-    "MAGPIE_IP",
-    "FUSING_IP",
-    "DROPBOX_IP",
-    "SFC_IP",
-    "SFC_URL",
-    "PROV_IP",
-    "DATE_TIME",
-    "STATION_ID",
-    "KESTREL_IP",
-    "MAC",
-    "SAVE_BRICKS",
-    "LOCAL_CSV",
-    "REALTIME_PARAMETRIC",
-    "SINGLE_CSV_UUT",
-    "STATION_DISPLAY_NAME",
-    "URI_CONFIG_PATH",
-    "SFC_QUERY_UNIT_ON_OFF",
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-    "STATION_SET_CONTROL_BIT_ON_OFF",
-    "CONTROL_BITS_TO_CHECK_ON_OFF",
-    "CONTROL_BITS_TO_CLEAR_ON_PASS_ON_OFF",
-    "CONTROL_BITS_TO_CLEAR_ON_FAIL_ON_OFF",
-    "ACTIVATION_IP",
-    "LINE_MANAGER_IP",
-    "GDADMIN",
-    "SKIFF_LINE",
-    "USB_STORAGE",
-    "FIREWALL",
-    "UNIT_PROCESS_REQUIRE_OCELOT",
-    "KESTREL_STARTED",
-    "LAST_RESTORED",
-};
-
 class StationQuery : public ::testing::Test {
  protected:
-  void start(const Json::Value& info) {
+  void start(const Json::Value& info = bk_test::sampleStationInfo()) {
     bk_test::writeStationFiles(info);
     BKReplyHandle reply = BK_UUTStart(&handle);
     ASSERT_TRUE(BK_success(reply));
@@ -77,71 +24,58 @@ class StationQuery : public ::testing::Test {
     if (handle != nullptr) BK_UID_destroy(handle);
   }
 
-  // Both calls as a station makes them; the text, or the first failure's.
   struct Answer {
     bool ok;
     std::string value;
     std::string text;
     unsigned status;
   };
+  Answer answerOf(BKReplyHandle reply) {
+    Answer answer{BK_success(reply), "", BK_reply_getError(reply),
+                  static_cast<CBKReply*>(reply)->getStatus()};
+    BK_reply_destroy(reply);
+    return answer;
+  }
+  // Both calls as a station makes them; the text, or the first failure's.
   Answer query(int key) {
     unsigned long long length = 0;
-    BKReplyHandle first = BK_getKSStationInfo(handle, key, nullptr, &length);
-    Answer answer{BK_success(first), "", BK_reply_getError(first),
-                  static_cast<CBKReply*>(first)->getStatus()};
-    BK_reply_destroy(first);
-    if (!answer.ok) return answer;
+    Answer first = answerOf(BK_getKSStationInfo(handle, key, nullptr, &length));
+    if (!first.ok) return first;
     std::string buffer(length + 1, '#');
     char* text = &buffer[0];
-    BKReplyHandle second = BK_getKSStationInfo(handle, key, &text, &length);
-    answer = {BK_success(second), "", BK_reply_getError(second),
-              static_cast<CBKReply*>(second)->getStatus()};
-    if (answer.ok) answer.value = buffer.c_str();
-    BK_reply_destroy(second);
-    return answer;
+    Answer second = answerOf(BK_getKSStationInfo(handle, key, &text, &length));
+    if (second.ok) second.value = buffer.c_str();
+    return second;
   }
 
   UUTHandle handle = nullptr;
 };
 
-TEST_F(StationQuery, EveryNumberReadsItsKey) {
+// The numbers stations have always used: the edges of the table and its gap.
+TEST_F(StationQuery, NumbersReadTheirKeysAndGapsAreUnknown) {
+  const std::pair<int, const char*> keys[] = {{1, "SITE"},
+                                              {9, "STATION_TYPE"},
+                                              {24, "MAC"},
+                                              {31, "SFC_QUERY_UNIT_ON_OFF"},
+                                              {36, "STATION_SET_CONTROL_BIT_ON_OFF"},
+                                              {47, "KESTREL_STARTED"},
+                                              {48, "LAST_RESTORED"}};
   Json::Value info = bk_test::sampleStationInfo();
-  for (int key = 1; key <= 48; ++key) {
-    if (kExpectedKeys[key] != nullptr)
-      info["ksinfo"][kExpectedKeys[key]] = "v" + std::to_string(key);
-  }
+  for (const auto& [key, name] : keys) info["ksinfo"][name] = "v" + std::to_string(key);
   start(info);
-  for (int key = 1; key <= 48; ++key) {
-    if (kExpectedKeys[key] == nullptr) continue;
+  for (const auto& [key, name] : keys) {
     Answer answer = query(key);
     EXPECT_TRUE(answer.ok) << key << ": " << answer.text;
-    EXPECT_EQ(answer.value, "v" + std::to_string(key)) << kExpectedKeys[key];
-    EXPECT_EQ(answer.text, std::string("Value obtained for KEY [") + kExpectedKeys[key] + "] = [v" +
+    EXPECT_EQ(answer.value, "v" + std::to_string(key)) << name;
+    EXPECT_EQ(answer.text, std::string("Value obtained for KEY [") + name + "] = [v" +
                                std::to_string(key) + "] from ks_station_info.json file");
   }
-}
 
-TEST_F(StationQuery, FirstCallGivesTheLengthAndWritesNothing) {
-  start(bk_test::sampleStationInfo());
-  unsigned long long length = 99;
-  BKReplyHandle reply = BK_getKSStationInfo(handle, 9, nullptr, &length);
-  EXPECT_TRUE(BK_success(reply));
-  EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0u);
-  EXPECT_EQ(length, strlen("FUNCTIONAL-TEST"));
-  EXPECT_STREQ(BK_reply_getError(reply),
-               "First Call: Length of buffer = [15] required for key [STATION_TYPE] needs to be "
-               "passed in the next call.");
-  BK_reply_destroy(reply);
-}
-
-TEST_F(StationQuery, UnknownNumbersAnswerTheFirstCallAndFailTheSecond) {
-  start(bk_test::sampleStationInfo());
+  // An unknown number passes the first call as "NOTFOUND" and fails the second.
   for (int key : {0, 32, 35, 49, -1}) {
     unsigned long long length = 0;
-    BKReplyHandle first = BK_getKSStationInfo(handle, key, nullptr, &length);
-    EXPECT_TRUE(BK_success(first)) << key;
-    EXPECT_EQ(length, 8u) << key;  // the length of "NOTFOUND"
-    BK_reply_destroy(first);
+    EXPECT_TRUE(answerOf(BK_getKSStationInfo(handle, key, nullptr, &length)).ok) << key;
+    EXPECT_EQ(length, 8u) << key;
     Answer answer = query(key);
     EXPECT_FALSE(answer.ok) << key;
     EXPECT_EQ(answer.status, kFailApiSyntax);
@@ -150,23 +84,31 @@ TEST_F(StationQuery, UnknownNumbersAnswerTheFirstCallAndFailTheSecond) {
   EXPECT_GE(bk_test::countLines(bk_test::readLog(), "Try to get invalid value"), 5u);
 }
 
+TEST_F(StationQuery, FirstCallGivesTheLengthAndWritesNothing) {
+  start();
+  unsigned long long length = 99;
+  Answer answer = answerOf(BK_getKSStationInfo(handle, 9, nullptr, &length));
+  EXPECT_TRUE(answer.ok);
+  EXPECT_EQ(answer.status, 0u);
+  EXPECT_EQ(length, strlen("FUNCTIONAL-TEST"));
+  EXPECT_EQ(answer.text,
+            "First Call: Length of buffer = [15] required for key [STATION_TYPE] needs to be "
+            "passed in the next call.");
+}
+
 TEST_F(StationQuery, MissingEmptyAndNonTextValues) {
   Json::Value info = bk_test::sampleStationInfo();
   info["ksinfo"].removeMember("SITE");
   info["ksinfo"]["PRODUCT"] = "";
   info["ksinfo"]["LOCATION"] = 7;
   start(info);
-
-  Answer absent = query(1);
-  EXPECT_TRUE(absent.ok);
-  EXPECT_EQ(absent.value, "NOTFOUND");
+  EXPECT_EQ(query(1).value, "NOTFOUND");
 
   unsigned long long length = 5;
-  BKReplyHandle empty = BK_getKSStationInfo(handle, 2, nullptr, &length);
-  EXPECT_FALSE(BK_success(empty));
+  Answer empty = answerOf(BK_getKSStationInfo(handle, 2, nullptr, &length));
+  EXPECT_FALSE(empty.ok);
   EXPECT_EQ(length, 0u);
-  EXPECT_STREQ(BK_reply_getError(empty), "KEY does not exist in the ks_station_info.json.");
-  BK_reply_destroy(empty);
+  EXPECT_EQ(empty.text, "KEY does not exist in the ks_station_info.json.");
 
   Answer number = query(6);
   EXPECT_FALSE(number.ok);
@@ -176,8 +118,8 @@ TEST_F(StationQuery, MissingEmptyAndNonTextValues) {
             "string TYPE");
 }
 
-TEST_F(StationQuery, BadSecondCallsLeaveTheBufferAlone) {
-  start(bk_test::sampleStationInfo());
+TEST_F(StationQuery, BadCallsLeaveTheBufferAloneAndZeroTheLength) {
+  start();  // loads the fail policy
   const std::string expectedText = "API parameters did not get passed in correctly for key [SITE]";
 
   // A length other than the first call's.
@@ -185,35 +127,26 @@ TEST_F(StationQuery, BadSecondCallsLeaveTheBufferAlone) {
   memset(buffer, '#', sizeof(buffer));
   char* text = buffer;
   unsigned long long length = 3;
-  BKReplyHandle reply = BK_getKSStationInfo(handle, 1, &text, &length);
-  EXPECT_FALSE(BK_success(reply));
-  EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), kFailApiSyntax);
-  EXPECT_EQ(BK_reply_getError(reply), expectedText);
+  Answer wrong = answerOf(BK_getKSStationInfo(handle, 1, &text, &length));
+  EXPECT_FALSE(wrong.ok);
+  EXPECT_EQ(wrong.status, kFailApiSyntax);
+  EXPECT_EQ(wrong.text, expectedText);
   EXPECT_EQ(length, 0u);
   EXPECT_EQ(std::string(buffer, sizeof(buffer)), std::string(sizeof(buffer), '#'));
-  BK_reply_destroy(reply);
 
   // A value pointer whose target is NULL, and no length at all.
   char* nothing = nullptr;
   length = 4;
-  reply = BK_getKSStationInfo(handle, 1, &nothing, &length);
-  EXPECT_FALSE(BK_success(reply));
-  EXPECT_EQ(BK_reply_getError(reply), expectedText);
-  BK_reply_destroy(reply);
-  reply = BK_getKSStationInfo(handle, 1, nullptr, nullptr);
-  EXPECT_FALSE(BK_success(reply));
-  BK_reply_destroy(reply);
-}
+  EXPECT_EQ(answerOf(BK_getKSStationInfo(handle, 1, &nothing, &length)).text, expectedText);
+  EXPECT_FALSE(answerOf(BK_getKSStationInfo(handle, 1, nullptr, nullptr)).ok);
 
-TEST_F(StationQuery, NullHandle) {
-  start(bk_test::sampleStationInfo());  // loads the fail policy
-  unsigned long long length = 12;
-  BKReplyHandle reply = BK_getKSStationInfo(nullptr, 1, nullptr, &length);
-  EXPECT_FALSE(BK_success(reply));
-  EXPECT_STREQ(BK_reply_getError(reply), "NULL ahKSStation handle passed as a parameter");
+  const size_t entries = bk_test::countLines(bk_test::readLog(), "Entering BK_getKSStationInfo");
+  length = 12;
+  Answer noHandle = answerOf(BK_getKSStationInfo(nullptr, 1, nullptr, &length));
+  EXPECT_FALSE(noHandle.ok);
+  EXPECT_EQ(noHandle.text, "NULL ahKSStation handle passed as a parameter");
   EXPECT_EQ(length, 0u);
-  BK_reply_destroy(reply);
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Entering BK_getKSStationInfo"), 0u);
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Entering BK_getKSStationInfo"), entries);
 }
 
 }  // namespace
