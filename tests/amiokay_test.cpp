@@ -6,13 +6,10 @@
 
 #include <string>
 
-#include "interface/Bramblekit.h"
-#include "session/UUT.h"
 #include "support/SessionRun.h"
 
 namespace {
 
-const unsigned kFailBit = 1u << 31;
 const char* kNoSerialText = " Called wihtout the serial number, no UOP/SFC_QUERY_UNIT for now.";
 
 class AmIOkay : public ::testing::Test {
@@ -27,11 +24,9 @@ class AmIOkay : public ::testing::Test {
   }
 
   void start(bool signedFiles = true) {
-    if (signedFiles) {
-      bk_test::writeReadyStation(info_, health_);
-    } else {
-      bk_test::writeStationFiles(info_, health_);
-    }
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    if (signedFiles) bk_test::writeReadyStation(info_, health_);
+    if (!signedFiles) bk_test::writeStationFiles(info_, health_);
     uut_ = bk_test::startSession();
     ASSERT_NE(uut_, nullptr);
   }
@@ -57,23 +52,14 @@ class AmIOkay : public ::testing::Test {
   std::string log_;
 };
 
-TEST_F(AmIOkay, NullHandleIsABadCall) {
-  start();  // the policy that makes the status a failure comes with a session
-  bk_test::Answer answer = bk_test::answerOf(BK_amIOkay(nullptr, "C0212ABCDEF"));
-  EXPECT_EQ(answer.text, "NULL UUTHandle handle passed as a parameter");
-  EXPECT_EQ(answer.status, kFailBit | (1u << 20) | BK_MSG_ERROR_API_SYNTAX);
-}
-
 TEST_F(AmIOkay, WithoutSerialNumberOnlyTheStationIsExamined) {
   start();
   for (const char* serial : {static_cast<const char*>(nullptr), ""}) {
     bk_test::Answer answer = run(serial);
     EXPECT_EQ(answer.status, 0u);
     EXPECT_EQ(answer.text, kNoSerialText);
-    EXPECT_TRUE(logged("Entering BK_amIOkay"));
     EXPECT_TRUE(logged("NETWORK_NOT_RESPONDING: OK"));
     EXPECT_FALSE(logged("SERIAL_NUMBER"));
-    EXPECT_TRUE(logged("Leaving BK_amIOkay"));
   }
   EXPECT_FALSE(uut_->pendingFailure);
 }
@@ -92,7 +78,6 @@ TEST_F(AmIOkay, CleanRunPassesAllEightChecks) {
     if (found != std::string::npos) at = found;
   }
   EXPECT_FALSE(uut_->pendingFailure);
-  EXPECT_TRUE(uut_->pendingFailureName.empty());
 }
 
 TEST_F(AmIOkay, BadSignatureEndsTheSequenceBeforeTheHealthChecks) {
@@ -147,13 +132,12 @@ TEST_F(AmIOkay, StationFaultsFollowThePolicy) {
       health_ = bk_test::sampleHealth();
       info_["lifeline"][fault.policyKey] = policy;
       fault.breakStation(info_, health_);
-      if (uut_ != nullptr) BK_UID_destroy(uut_);
       start();
       if (fault.oldHealthFile) makeHealthFileOld();
 
       bk_test::Answer answer = run(bk_test::kSerial);
-      const bool active = policy == Json::Value(1);
-      EXPECT_EQ(answer.status, active ? answer.status | kFailBit : 0u);
+      const bool active = policy == 1;
+      EXPECT_EQ(answer.status, active ? answer.status | (1u << 31) : 0u);
       EXPECT_FALSE(answer.text.empty());
       EXPECT_TRUE(uut_->pendingFailure);
       EXPECT_EQ(uut_->pendingFailureActive, active);
@@ -170,7 +154,6 @@ TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
   for (int policy : {1, 0}) {
     SCOPED_TRACE(policy);
     info_["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = policy;
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
     start();
     bk_test::Answer answer = run("123");
     EXPECT_EQ(answer.success, policy == 0);
@@ -214,12 +197,10 @@ TEST_F(AmIOkay, OutOfProcessAnswerIsTrimmedToItsReason) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.answer);
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
     start();
     bk_test::writeFile("/tmp/" + uut_->getUID(), c.answer);
     bk_test::Answer answer = run(bk_test::kSerial);
     EXPECT_FALSE(answer.success);
-    EXPECT_TRUE(uut_->pendingFailureActive);
     EXPECT_EQ(uut_->pendingFailureName, "UNIT_OUT_OF_PROCESS [ACTIVE]: ");
     EXPECT_EQ(uut_->pendingFailureDetail, c.reason);
     EXPECT_EQ(uut_->pendingFailureMessage, c.reason);

@@ -49,8 +49,7 @@ TEST(StationFiles, MissingKeysSectionsAndBrokenFiles) {
   unlink(bk_test::kStationInfoPath);
   info->refresh();  // a vanished file keeps the last good contents
   EXPECT_EQ(info->getValueFor("ksinfo", "A"), "new");
-  EXPECT_NE(bk_test::readLog().find("ks_station_info.json file does not exist"),
-            std::string::npos);
+  EXPECT_NE(bk_test::readLog().find("ks_station_info.json file does not exist"), std::string::npos);
 }
 
 TEST(StationFiles, PlainConfigFileKeepsFirstKeyAndColonsInValues) {

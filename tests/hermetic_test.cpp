@@ -55,25 +55,10 @@ TEST(HermeticSandbox, LibraryPathsAreTheLaunchersOwnPrivateTmpfs) {
   }
 }
 
+// The sandbox starts without a shop-floor client, and temporary files of the
+// test's own tools land in the private /tmp.
 TEST(HermeticSandbox, StartsWithoutClientAndWithPrivateTemporaryDirectory) {
   EXPECT_FALSE(bk_test::fileExists("/usr/local/lib/libBKSFCPost.dylib"));
-  const char* tmpdir = std::getenv("TMPDIR");
-  ASSERT_NE(tmpdir, nullptr);
-  EXPECT_STREQ(tmpdir, "/tmp");
-}
-
-TEST(HermeticSandbox, StationFilesRoundTripInsideTheVault) {
-  bk_test::writeStationFiles();
-  const std::string info = bk_test::readFile(bk_test::kStationInfoPath);
-  // The signature check refuses station files shorter than this.
-  EXPECT_GE(info.size(), 1024u);
-  Json::Value parsed;
-  std::istringstream text(info);
-  ASSERT_TRUE(Json::parseFromStream(Json::CharReaderBuilder(), text, &parsed, nullptr));
-  EXPECT_EQ(parsed, bk_test::sampleStationInfo());
-  EXPECT_EQ(parsed["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"], "OFF");
-
-  bk_test::removeStationFiles();
-  EXPECT_FALSE(bk_test::fileExists(bk_test::kStationInfoPath));
-  EXPECT_FALSE(bk_test::fileExists(bk_test::kHealthPath));
+  ASSERT_NE(std::getenv("TMPDIR"), nullptr);
+  EXPECT_STREQ(std::getenv("TMPDIR"), "/tmp");
 }

@@ -18,6 +18,14 @@ bool isDirectory(const std::string& path) {
   return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+// Station files as given, then a new session.
+CUUT* start(const Json::Value& info = bk_test::sampleStationInfo()) {
+  bk_test::writeStationFiles(info);
+  UUTHandle handle = nullptr;
+  BK_reply_destroy(BK_UUTStart(&handle));
+  return static_cast<CUUT*>(handle);
+}
+
 TEST(SessionStart, RefusedWithoutEitherStationFile) {
   for (int missing = 0; missing < 2; ++missing) {
     bk_test::writeStationFiles();
@@ -63,8 +71,9 @@ TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
   EXPECT_EQ(doc["test_station_attributes"]["station_id"], info["ksinfo"]["STATION_ID"]);
   EXPECT_EQ(doc["test_station_attributes"]["mac_addr"], "NOTFOUND");
   EXPECT_EQ(doc["test_station_attributes"]["station_name"], info["ksinfo"]["STATION_TYPE"]);
-  EXPECT_TRUE(std::regex_match(doc["test_attributes"]["uut_start"].asString(),
-                               std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}")));
+  EXPECT_TRUE(
+      std::regex_match(doc["test_attributes"]["uut_start"].asString(),
+                       std::regex("[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}")));
   EXPECT_FALSE(doc["test_attributes"].isMember("uut_stop"));
   EXPECT_EQ(doc["test_attributes"]["pdata_not_sent_to_trax"],
             info["ksinfo"].get("PDATA_TO_SEND_TO_TRAX", "NOTFOUND"));
@@ -76,43 +85,31 @@ TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
   BK_UID_destroy(handle);
 }
 
-TEST(SessionCancel, RemovesTheDirectoryAndAnswersPassTwice) {
-  bk_test::writeStationFiles();
-  UUTHandle handle = nullptr;
-  BK_reply_destroy(BK_UUTStart(&handle));
-  CUUT* uut = static_cast<CUUT*>(handle);
+// A second cancel answers pass at once: the directory is gone, nothing to do.
+TEST(SessionCancel, RemovesTheDirectoryOfTheCurrentStateAndAnswersPassTwice) {
+  CUUT* uut = start();
   const std::string dir = uut->getPath();
   bk_test::writeFile(dir + "blobs/a.gz", "x");
-
   for (int round = 0; round < 2; ++round) {
-    BKReplyHandle reply = BK_UUTCancel(handle);
-    EXPECT_TRUE(BK_success(reply));
+    BKReplyHandle reply = BK_UUTCancel(uut);
     EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0u);
     BK_reply_destroy(reply);
     EXPECT_FALSE(isDirectory(dir));
     EXPECT_FALSE(uut->isUIDValid());
   }
   EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Canceled UUT at '" + dir + "'"), 2u);
-  BK_UID_destroy(handle);
-}
+  BK_UID_destroy(uut);
 
-TEST(SessionCancel, FollowsTheCurrentState) {
-  bk_test::writeStationFiles();
-  UUTHandle handle = nullptr;
-  BK_reply_destroy(BK_UUTStart(&handle));
-  CUUT* uut = static_cast<CUUT*>(handle);
+  uut = start();
   ASSERT_EQ(rename(uut->getPath().c_str(), uut->getPath(UUT_STATE_COMMIT).c_str()), 0);
   uut->state = UUT_STATE_COMMIT;
-  BK_reply_destroy(BK_UUTCancel(handle));
+  BK_reply_destroy(BK_UUTCancel(uut));
   EXPECT_FALSE(isDirectory(uut->getPath(UUT_STATE_COMMIT)));
-  BK_UID_destroy(handle);
+  BK_UID_destroy(uut);
 }
 
 TEST(EntryFrame, NullHandlesGetTheBadCallReplyAndNoEntryLine) {
-  Json::Value info = bk_test::sampleStationInfo();
-  bk_test::writeStationFiles(info);
-  UUTHandle handle = nullptr;
-  BK_reply_destroy(BK_UUTStart(&handle));  // loads the policy: message 4 is ACTIVE
+  CUUT* uut = start();  // loads the policy: message 4 is ACTIVE
 
   BKReplyHandle reply = BK_UUTCancel(nullptr);
   EXPECT_FALSE(BK_success(reply));
@@ -133,36 +130,28 @@ TEST(EntryFrame, NullHandlesGetTheBadCallReplyAndNoEntryLine) {
   EXPECT_TRUE(std::regex_search(
       log, std::regex("\\n[0-9]{8}-[0-9]{6}\\.[0-9]{6}: [^\\n]*SessionApi\\.cpp\\([0-9]+\\) "
                       "BK_UUTCancel: ERROR: NULL UUTHandle handle passed as a parameter\\n")));
-  BK_UID_destroy(handle);
+  BK_UID_destroy(uut);
 }
 
 TEST(SessionDestroy, RemovesTheSharedStatusFileAndLeavesTheDirectory) {
-  bk_test::writeStationFiles();
   bk_test::writeFile("/tmp/sfcstatus", "1 SFC_OK");
   BK_UID_destroy(nullptr);
   EXPECT_FALSE(bk_test::fileExists("/tmp/sfcstatus"));
 
-  UUTHandle handle = nullptr;
-  BK_reply_destroy(BK_UUTStart(&handle));
-  const std::string dir = static_cast<CUUT*>(handle)->getPath();
-  BK_UID_destroy(handle);
+  CUUT* uut = start();
+  const std::string dir = uut->getPath();
+  BK_UID_destroy(uut);
   EXPECT_TRUE(isDirectory(dir));
 }
 
 TEST(SessionStart, StationFileChangesReachOnlyLaterSessions) {
   Json::Value info = bk_test::sampleStationInfo();
   info["ksinfo"]["STATION_ID"] = "first";
-  bk_test::writeStationFiles(info);
-  UUTHandle first = nullptr;
-  BK_reply_destroy(BK_UUTStart(&first));
+  CUUT* first = start(info);
   info["ksinfo"]["STATION_ID"] = "second";
-  bk_test::writeStationFiles(info);
-  UUTHandle second = nullptr;
-  BK_reply_destroy(BK_UUTStart(&second));
-  EXPECT_EQ(static_cast<CUUT*>(first)->getRootJson()["test_station_attributes"]["station_id"],
-            "first");
-  EXPECT_EQ(static_cast<CUUT*>(second)->getRootJson()["test_station_attributes"]["station_id"],
-            "second");
+  CUUT* second = start(info);
+  EXPECT_EQ(first->getRootJson()["test_station_attributes"]["station_id"], "first");
+  EXPECT_EQ(second->getRootJson()["test_station_attributes"]["station_id"], "second");
   BK_UID_destroy(first);
   BK_UID_destroy(second);
 }

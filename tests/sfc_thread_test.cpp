@@ -47,7 +47,7 @@ TEST_F(UnitCheckThread, AsksOnceForTheUnitAtThisStationAndWritesTheAnswer) {
   EXPECT_EQ(freed[0][1], kOkAnswer);
   EXPECT_EQ(responseFile(), kOkAnswer);  // byte for byte, no line end added
 
-  std::string log = bk_test::readLog();
+  const std::string log = bk_test::readLog();
   EXPECT_EQ(bk_test::countLines(log, "Begin Thread for [" + kSerial + "] sfc-threadid=["), 1u);
   EXPECT_EQ(bk_test::countLines(log, "SFC_TIMEOUT [15]"), 1u);
   EXPECT_EQ(bk_test::countLines(log, "Normal Thread End for [" + kSerial + "]"), 1u);
@@ -57,9 +57,6 @@ TEST_F(UnitCheckThread, AsksOnceForTheUnitAtThisStationAndWritesTheAnswer) {
 
   EXPECT_TRUE(BK_isSFCQueryUnitOK(uut_, &reply_, nullptr));
   EXPECT_STREQ(reply_.getData(), kOkAnswer.c_str());
-  EXPECT_FALSE(BK_isUnitOutOfProcess(uut_, &reply_, nullptr));
-  EXPECT_STREQ(reply_.getData(), "UNIT PROCESS CHECK OK");
-
   // An ended thread is never signalled again.
   EXPECT_EQ(sfcUnitThreadSignal(uut_, SIGALRM), ESRCH);
 }
@@ -85,38 +82,6 @@ TEST_F(UnitCheckThread, GivesUpAfterElevenErrorsAndWritesTheLast) {
                                 "Invalid SFC server response: [1 SFC_ERROR server busy] for SN# [" +
                                     kSerial + "]."),
             1u);
-  // The check knows only the words "No response from SFC": an error is ok.
-  EXPECT_TRUE(BK_isSFCQueryUnitOK(uut_, &reply_, nullptr));
-}
-
-TEST_F(UnitCheckThread, NoResponseFromSFCFailsTheQueryCheck) {
-  script("SFCQueryRecordUnitCheck", {answer("Response=1 No response from SFC,")});
-  runUnitCheck();
-  EXPECT_EQ(calls("SFCQueryRecordUnitCheck").size(), 1u);
-  EXPECT_FALSE(BK_isSFCQueryUnitOK(uut_, &reply_, nullptr));
-  EXPECT_STREQ(reply_.getData(),
-               "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC Status response file found, checking valid or "
-               "invalid.SFC_QUERY_UNIT [No response from SFC]");
-  EXPECT_FALSE(BK_success(&reply_));
-  EXPECT_EQ(BK_reply_getMessageID(&reply_), static_cast<unsigned>(BK_MSG_ERROR_SFC_QUERY_UNIT));
-  EXPECT_FALSE(BK_isUnitOutOfProcess(uut_, &reply_, nullptr));
-}
-
-TEST_F(UnitCheckThread, OutOfProcessIsFoundInBothSpellings) {
-  for (const char* words : {"UNIT OUT OF PROCESS", "UNIT_OUT_OF_PROCESS"}) {
-    SCOPED_TRACE(words);
-    std::string tail = std::string(" ") + words + ": belongs at FCT-2,";
-    script("SFCQueryRecordUnitCheck", {answer("Response=0 SFC_OK" + tail)});
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-    runUnitCheck();
-    EXPECT_TRUE(BK_isUnitOutOfProcess(uut_, &reply_, nullptr));
-    EXPECT_EQ(reply_.getData(), tail);
-    EXPECT_FALSE(BK_success(&reply_));
-    EXPECT_EQ(BK_reply_getMessageID(&reply_),
-              static_cast<unsigned>(BK_MSG_ERROR_UNIT_OUT_OF_PROCESS));
-    // Shop floor did answer: the query check itself is ok.
-    EXPECT_TRUE(BK_isSFCQueryUnitOK(uut_, &reply_, nullptr));
-  }
 }
 
 TEST_F(UnitCheckThread, SlowClientPastTheTimeoutThenAnswersAfterTheSignal) {
@@ -182,8 +147,6 @@ TEST_F(UnitCheckThread, NullAnswerLeavesNoFile) {
   std::string log = bk_test::readLog();
   EXPECT_EQ(bk_test::countLines(log, "Could not find function in libBKSFCPost.dylib"), 1u);
   EXPECT_EQ(bk_test::countLines(log, "Normal Thread End"), 0u);
-  EXPECT_FALSE(BK_isUnitOutOfProcess(uut_, &reply_, nullptr));
-  EXPECT_STREQ(reply_.getData(), "SFC Status file does not exist, too early to call api:");
 }
 
 TEST_F(UnitCheckThread, ProbeOfASessionWithoutThreadReportsEnded) {

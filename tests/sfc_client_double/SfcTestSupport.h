@@ -26,14 +26,14 @@ inline constexpr const char* kScriptPath = "/tmp/sfc-double/script.json";
 inline constexpr const char* kCallsPath = "/tmp/sfc-double/calls.log";
 inline constexpr const char* kStationId = "TSTA_L07_FUNCTIONAL-TEST_1";
 
-// One step of a function's script: an answer after an optional delay.
+// One step of a function's script: an answer after an optional delay, or a
+// NULL answer.
 inline Json::Value answer(const std::string& text, int delayMs = 0) {
   Json::Value step(Json::objectValue);
   step["answer"] = text;
   if (delayMs > 0) step["delay_ms"] = delayMs;
   return step;
 }
-
 inline Json::Value nullAnswer() {
   Json::Value step(Json::objectValue);
   step["null"] = true;
@@ -42,16 +42,9 @@ inline Json::Value nullAnswer() {
 
 // Scripts one function; other functions keep their scripts.
 inline void script(const std::string& function, const std::vector<Json::Value>& steps) {
-  Json::Value all(Json::objectValue);
-  if (bk_test::fileExists(kScriptPath)) {
-    std::istringstream in(bk_test::readFile(kScriptPath));
-    Json::CharReaderBuilder builder;
-    std::string errors;
-    Json::parseFromStream(builder, in, &all, &errors);
-  }
-  Json::Value list(Json::arrayValue);
+  static Json::Value all(Json::objectValue);
+  Json::Value& list = all[function] = Json::Value(Json::arrayValue);
   for (const Json::Value& step : steps) list.append(step);
-  all[function] = list;
   bk_test::writeFile(kScriptPath, Json::writeString(Json::StreamWriterBuilder(), all));
 }
 
@@ -91,9 +84,8 @@ inline bool startUnitCheck(CUUT* uut, const std::string& serialNumber) {
 // Polls the condition every 10 ms for up to `seconds`.
 template <typename Condition>
 bool waitFor(Condition condition, int seconds = 20) {
-  auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
+  for (int polls = seconds * 100; !condition(); --polls) {
+    if (polls == 0) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return true;
