@@ -92,6 +92,16 @@ inline Answer answerOf(CBKReply* reply) {
 
 inline Answer answerOf(BKReplyHandle reply) { return answerOf(static_cast<CBKReply*>(reply)); }
 
+// Whether an answer is exactly the given one.
+inline ::testing::AssertionResult answered(const Answer& answer, bool success, unsigned status,
+                                           const std::string& text) {
+  if (answer.success == success && answer.status == status && answer.text == text) {
+    return ::testing::AssertionSuccess();
+  }
+  return ::testing::AssertionFailure() << "answer " << (answer.success ? "pass" : "fail") << " "
+                                       << answer.status << " \"" << answer.text << '"';
+}
+
 inline std::string dirOf(CUUT* uut, const char* suffix) {
   return std::string(kUutData) + uut->getUID() + suffix;
 }
