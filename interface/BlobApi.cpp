@@ -24,11 +24,7 @@ BKReplyHandle BK_addBlob(UUTHandle handle, const char* name, const char* path) {
   BK_RETURN_IF_NULL(reply, name, "inBlobName");
   BK_RETURN_IF_NULL(reply, path, "inPathToBlobFile");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  CBKReply* stored = uut->copyBlob(name, path);
-  BK_LOG_EXIT(uut->getUID());
-  return stored;
+  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->copyBlob(name, path));
 }
 
 BKReplyHandle BK_addBlobWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy, const char* name,

@@ -43,10 +43,6 @@ BKReplyHandle BK_UUTCommit(UUTHandle handle, BK_PASSFAILRESULT result) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "inHandle");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
   // BK_NA counts as a claim of pass.
-  CBKReply* committed = uut->commit(result != BK_FAIL);
-  BK_LOG_EXIT(uut->getUID());
-  return committed;
+  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->commit(result != BK_FAIL));
 }

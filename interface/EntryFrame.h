@@ -26,14 +26,25 @@ void bkRejectNullArgument(CBKReply* reply, const char* name, const char* file, i
 #define BK_LOG_ENTRY(uid) BK_LOG((uid), "Entering " << __FUNCTION__)
 #define BK_LOG_EXIT(uid) BK_LOG((uid), "Exiting " << __FUNCTION__)
 
-// Fails `reply` with `text` and the status built under the fail policy, and
-// logs the text as an error at the caller's position.
-#define BK_FAIL_REPLY(reply, msgClass, message, text)                          \
-  do {                                                                         \
-    std::string bk_fail_text_ = (text);                                        \
-    (reply)->setData(bk_fail_text_);                                           \
-    (reply)->setStatus(BK_buildStatus(BK_FAIL, (msgClass), (message)));        \
-    BK_LOG_ERROR(bk_fail_text_);                                               \
+// Ends an entry point whose whole work is `call`, a session method that makes
+// its own reply: entry line, the call, exit line.  `reply` served only the
+// NULL tests and is freed.
+#define BK_RETURN_DELEGATED(reply, uid, call) \
+  do {                                        \
+    BK_LOG_ENTRY(uid);                        \
+    delete (reply);                           \
+    CBKReply* bk_delegated_ = (call);         \
+    BK_LOG_EXIT(uid);                         \
+    return bk_delegated_;                     \
   } while (0)
+
+// Fails `reply` with `text` and the status built under the fail policy, and
+// logs the text as an error at the given position.
+void bkFailReply(CBKReply* reply, unsigned msgClass, unsigned message, const std::string& text,
+                 const char* file, int line, const char* function);
+
+// bkFailReply at the caller's position.
+#define BK_FAIL_REPLY(reply, msgClass, message, text) \
+  bkFailReply((reply), (msgClass), (message), (text), __FILE__, __LINE__, __FUNCTION__)
 
 #endif  // BRAMBLEKIT_INTERFACE_ENTRYFRAME_H_

@@ -74,12 +74,9 @@ BKReplyHandle BK_addModuleHistory(UUTHandle handle, const char* moduleSN, const 
   BK_RETURN_IF_NULL(reply, vendorCode, "akcpVendorCode");
   BK_RETURN_IF_NULL(reply, dateCode, "akcpDateCode");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  CBKReply* added =
-      uut->addModuleHistory(moduleSN, vendorCode, dateCode, partNumber, description, lotCode);
-  BK_LOG_EXIT(uut->getUID());
-  return added;
+  BK_RETURN_DELEGATED(
+      reply, uut->getUID(),
+      uut->addModuleHistory(moduleSN, vendorCode, dateCode, partNumber, description, lotCode));
 }
 
 BKReplyHandle BK_sendStationFailureReport(UUTHandle handle, const char* step, const char* reason) {
@@ -88,9 +85,5 @@ BKReplyHandle BK_sendStationFailureReport(UUTHandle handle, const char* step, co
   BK_RETURN_IF_NULL(reply, step, "akcpFailureStep");
   BK_RETURN_IF_NULL(reply, reason, "akcpFailureReason");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  CBKReply* reported = uut->sendStationFailureReport(step, reason);
-  BK_LOG_EXIT(uut->getUID());
-  return reported;
+  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->sendStationFailureReport(step, reason));
 }

@@ -1,4 +1,6 @@
 // Opening, cancelling and freeing a session.
+#include <unistd.h>
+
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
 #include "foundation/LogHousekeeping.h"
@@ -6,8 +8,6 @@
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
-
-#include <unistd.h>
 
 BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
   MUTEX_THREAD_INIT();
@@ -40,11 +40,7 @@ BKReplyHandle BK_UUTCancel(UUTHandle handle) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  CBKReply* cancelled = uut->cancel();
-  BK_LOG_EXIT(uut->getUID());
-  return cancelled;
+  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->cancel());
 }
 
 void BK_UID_destroy(UUTHandle handle) {

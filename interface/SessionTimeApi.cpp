@@ -48,11 +48,7 @@ BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "uutHandle");
   CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  CBKReply* document = uut->getJsonResultsObj();
-  BK_LOG_EXIT(uut->getUID());
-  return document;
+  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->getJsonResultsObj());
 }
 
 BKReplyHandle BK_isStationOK(char* stationIdentifier) {
