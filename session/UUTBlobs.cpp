@@ -64,19 +64,25 @@ bool queryStationType(CUUT* uut, bool* firstCallFailed, std::string* out) {
   return ok;
 }
 
+// The answer to a blob while the station sends none, or nullptr while it
+// does.  Switched off is no failure: the station carries on.  The line is
+// logged under the caller's name.
+CBKReply* blobsSwitchedOff(const std::string& uid, const char* function) {
+  if (!Util_featureOFF("BLOBS_TO_SEND_TO_TRAX_ON_OFF")) return nullptr;
+  CBKReply* reply = new CBKReply();
+  const std::string text =
+      "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
+      "ks_station_info.json file.";
+  reply->setData(text);
+  bkLogSessionLine(uid, function, text);
+  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  return reply;
+}
+
 }  // namespace
 
 CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
-  if (Util_featureOFF("BLOBS_TO_SEND_TO_TRAX_ON_OFF")) {
-    CBKReply* reply = new CBKReply();
-    std::string text =
-        "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
-        "ks_station_info.json file.";
-    reply->setData(text);
-    BK_LOG(UID, text);
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-    return reply;
-  }
+  if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copy(getPath(), safeName, path);
   if (!BK_success(copied)) return copied;
@@ -87,16 +93,7 @@ CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
 }
 
 CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, long length) {
-  if (Util_featureOFF("BLOBS_TO_SEND_TO_TRAX_ON_OFF")) {
-    CBKReply* reply = new CBKReply();
-    std::string text =
-        "Not sending blob to TRAX, [BLOBS_TO_SEND_TO_TRAX_ON_OFF] feature is OFF in "
-        "ks_station_info.json file.";
-    reply->setData(text);
-    BK_LOG(UID, text);
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-    return reply;
-  }
+  if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copyFromMemory(getPath(), safeName, data, length);
   if (!BK_success(copied)) return copied;

@@ -19,35 +19,33 @@ std::string stateNameOf(UUTState state) {
   return std::to_string(index);
 }
 
-}  // namespace
-
-bool CUUT::setDUTPos(CBKReply* reply, const char* fixture, const char* head) {
+// Both forms of the position, names or numbers, land in the same two fields.
+// `function` is the caller's name, for the texts.
+template <typename Fixture, typename Head>
+bool storePosition(Json::Value& root, CBKReply* reply, Fixture fixture, Head head,
+                   const char* function) {
   try {
-    Json::Value& station = rootJson["test_station_attributes"];
+    Json::Value& station = root["test_station_attributes"];
     station["fixture_id"] = fixture;
     station["head_id"] = head;
     reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
     return true;
   } catch (...) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
-                  std::string(__FUNCTION__) + ": Unhandled exception");
+    bkFailReply(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
+                std::string(function) + ": Unhandled exception", __FILE__, __LINE__, function);
     return false;
   }
 }
 
+}  // namespace
+
+bool CUUT::setDUTPos(CBKReply* reply, const char* fixture, const char* head) {
+  return storePosition(rootJson, reply, fixture, head, __FUNCTION__);
+}
+
 bool CUUT::setDUTPosition(CBKReply* reply, BK_ENUM_FIXTURE_ID fixture,
                           BK_ENUM_FIXTURE_HEAD_ID head) {
-  try {
-    Json::Value& station = rootJson["test_station_attributes"];
-    station["fixture_id"] = fixture;
-    station["head_id"] = head;
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-    return true;
-  } catch (...) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
-                  std::string(__FUNCTION__) + ": Unhandled exception");
-    return false;
-  }
+  return storePosition(rootJson, reply, fixture, head, __FUNCTION__);
 }
 
 CBKReply* CUUT::addModuleHistory(const char* moduleSN, const char* vendorCode, const char* dateCode,
