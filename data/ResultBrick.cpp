@@ -120,27 +120,22 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
       record[kUnits] = spec.unitsRef();
       record[kPriority] = spec.getPriority();
 
-      if (!acceptableNumber(result.valueRef())) {
-        BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
-                      "Invalid Test Result Value : [" + result.valueRef() + "] for the Test[" +
-                          spec.testNameRef() + "]");
-        return reply;
+      // Judged in this order; the first refusal answers.
+      const struct {
+        const char* label;
+        const std::string& text;
+        const Json::StaticString& field;
+      } numbers[] = {{"Invalid Test Result Value : [", result.valueRef(), kValue},
+                     {"Invalid Lower limit value : [", spec.lowerSpecLimitRef(), kLowerLimit},
+                     {"Invalid Upper Limit value : [", spec.upperSpecLimitRef(), kUpperLimit}};
+      for (const auto& number : numbers) {
+        if (!acceptableNumber(number.text)) {
+          BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
+                        number.label + number.text + "] for the Test[" + spec.testNameRef() + "]");
+          return reply;
+        }
+        record[number.field] = number.text;
       }
-      record[kValue] = result.valueRef();
-      if (!acceptableNumber(spec.lowerSpecLimitRef())) {
-        BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
-                      "Invalid Lower limit value : [" + spec.lowerSpecLimitRef() +
-                          "] for the Test[" + spec.testNameRef() + "]");
-        return reply;
-      }
-      record[kLowerLimit] = spec.lowerSpecLimitRef();
-      if (!acceptableNumber(spec.upperSpecLimitRef())) {
-        BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT,
-                      "Invalid Upper Limit value : [" + spec.upperSpecLimitRef() +
-                          "] for the Test[" + spec.testNameRef() + "]");
-        return reply;
-      }
-      record[kUpperLimit] = spec.upperSpecLimitRef();
     }
 
     switch (result.getResult()) {
