@@ -14,6 +14,7 @@
 #include "foundation/StationFiles.h"
 #include "identity/Exceptions.h"
 #include "identity/TextScanners.h"
+#include "interface/EntryFrame.h"
 #include "interface/Reply.h"
 #include "interface/Status.h"
 #include "session/UUT.h"
@@ -135,10 +136,7 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
     // A guard only: both callers pass a reply.  The one built here reaches
     // nobody, and the number counts as good.
     CBKReply orphan;
-    std::string text = "NULL apoReply handle passed as a parameter";
-    orphan.setData(text);
-    orphan.setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
-    BK_LOG_ERROR(text);
+    bkRejectNullArgument(&orphan, "apoReply", __FILE__, __LINE__, __FUNCTION__);
     return true;
   }
   CBKReply* reply = static_cast<CBKReply*>(apoReply);

@@ -8,9 +8,10 @@
 
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
-#include "identity/Exceptions.h"
+#include "identity/ScanReply.h"
 #include "identity/TextScanners.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 #include "station/Features.h"
 
@@ -75,31 +76,13 @@ bool CUUT::validateDevAttribute(void* passedInReply, std::string value) {
   if (passedInReply == nullptr) {
     // Like the version check: the guard answers true on a reply nobody sees.
     CBKReply own;
-    own.setData("NULL passedInReply handle passed as a parameter");
-    own.setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
-    BK_LOG_ERROR("NULL passedInReply handle passed as a parameter");
+    bkRejectNullArgument(&own, "passedInReply", __FILE__, __LINE__, __FUNCTION__);
     return true;
   }
-  CBKReply* reply = static_cast<CBKReply*>(passedInReply);
-  bool bad = true;
-  try {
-    verifyChunkIsAscii(value, 0, value.length() - 1);
-    bad = false;
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-  } catch (exception_with_string* e) {
-    // The scanners throw the serial-number family; all share this base.
-    reply->setData(e->getErrorMessage());
-    reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_ATTRIBUTE));
-    delete e;
-  } catch (...) {
-    const std::string text = std::string("validateDevAttribute") + ": Unhandled exception";
-    reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
-    BK_LOG_ERROR(text);
-  }
+  bool good = bkAnswerScan(static_cast<CBKReply*>(passedInReply), verifyChunkIsAscii, value,
+                           BK_MSG_ERROR_INVALID_ATTRIBUTE, __FUNCTION__);
   BK_LOG(UID, "Developer added attribute :" << value);
-  return !bad;
+  return good;
 }
 
 CBKReply* CUUT::createAttribute(std::string name, std::string value) {
