@@ -18,6 +18,15 @@ CBKTestResult* resultOf(testResultHandle handle) { return static_cast<CBKTestRes
 // The text up to its terminating zero; NULL reads as empty.
 std::string textOf(const char* text) { return text == nullptr ? std::string() : std::string(text); }
 
+// Stores `text` with `set`, then cross-checks the stored length.
+template <typename Record>
+bool storeText(Record* record, void (Record::*set)(const std::string&),
+               size_t (Record::*storedLength)() const, const char* text, size_t length) {
+  if (record == nullptr) return false;
+  (record->*set)(textOf(text));
+  return (record->*storedLength)() == length;
+}
+
 }  // namespace
 
 testSpecHandle BK_testSpec_create(void) { return new CBKTestSpec(); }
@@ -25,33 +34,28 @@ testSpecHandle BK_testSpec_create(void) { return new CBKTestSpec(); }
 void BK_testSpec_destroy(testSpecHandle spec) { delete specOf(spec); }
 
 bool BK_testSpec_setTestName(testSpecHandle spec, const char* text, size_t length) {
-  if (spec == nullptr) return false;
-  specOf(spec)->setTestName(textOf(text));
-  return specOf(spec)->getTestNameLength() == length;
+  return storeText(specOf(spec), &CBKTestSpec::setTestName, &CBKTestSpec::getTestNameLength, text,
+                   length);
 }
 
 bool BK_testSpec_setSubTestName(testSpecHandle spec, const char* text, size_t length) {
-  if (spec == nullptr) return false;
-  specOf(spec)->setSubTestName(textOf(text));
-  return specOf(spec)->getSubTestNameLength() == length;
+  return storeText(specOf(spec), &CBKTestSpec::setSubTestName, &CBKTestSpec::getSubTestNameLength,
+                   text, length);
 }
 
 bool BK_testSpec_setSubSubTestName(testSpecHandle spec, const char* text, size_t length) {
-  if (spec == nullptr) return false;
-  specOf(spec)->setSubSubTestName(textOf(text));
-  return specOf(spec)->getSubSubTestNameLength() == length;
+  return storeText(specOf(spec), &CBKTestSpec::setSubSubTestName,
+                   &CBKTestSpec::getSubSubTestNameLength, text, length);
 }
 
 bool BK_testSpec_setUnits(testSpecHandle spec, const char* text, size_t length) {
-  if (spec == nullptr) return false;
-  CBKTestSpec* record = specOf(spec);
-  if (text == nullptr || text[0] == '\0') {
-    // Not an error.  The line carries the spec's test name where other lines
-    // carry a session id: the record knows no session.
-    BK_LOG(record->getTestName(), "NULL or empty string passed as Units");
+  if (spec != nullptr && (text == nullptr || text[0] == '\0')) {
+    // Not an error.  The line carries the record's test name where other
+    // lines carry a session id: the record knows no session.
+    BK_LOG(specOf(spec)->getTestName(), "NULL or empty string passed as Units");
   }
-  record->setUnits(textOf(text));
-  return record->getUnitsLength() == length;
+  return storeText(specOf(spec), &CBKTestSpec::setUnits, &CBKTestSpec::getUnitsLength, text,
+                   length);
 }
 
 bool BK_testSpec_setLimits(testSpecHandle spec, const char* lower, size_t lowerLength,
@@ -98,13 +102,11 @@ bool BK_testResult_setResult(testResultHandle result, enum BK_PASSFAILRESULT ver
 }
 
 bool BK_testResult_setValue(testResultHandle result, const char* text, size_t length) {
-  if (result == nullptr) return false;
-  resultOf(result)->setValue(textOf(text));
-  return resultOf(result)->getValueLength() == length;
+  return storeText(resultOf(result), &CBKTestResult::setValue, &CBKTestResult::getValueLength, text,
+                   length);
 }
 
 bool BK_testResult_setMessage(testResultHandle result, const char* text, size_t length) {
-  if (result == nullptr) return false;
-  resultOf(result)->setMessage(textOf(text));
-  return resultOf(result)->getMessageLength() == length;
+  return storeText(resultOf(result), &CBKTestResult::setMessage, &CBKTestResult::getMessageLength,
+                   text, length);
 }
