@@ -19,6 +19,8 @@ class CBKReply {
   const char* getData();
   bool hasData() const { return data != nullptr; }
   void setData(const std::string& text);
+  // The size the reply was made with, kept at the head of its layout.
+  size_t getSize() const { return size; }
 
  private:
   size_t size;
