@@ -1,5 +1,10 @@
 #include "signature/SigningPrimitives.h"
 
+// The signature form (RSA_sign/RSA_verify over a SHA-1 digest, keys read as
+// RSA objects) is what the other sides of these signatures use; OpenSSL 3
+// marks these calls deprecated but keeps them.
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+
 #include <openssl/bio.h>
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -16,24 +21,14 @@
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
 #include "signature/EmbeddedKeys.h"
-
-// The signature form (RSA_sign/RSA_verify over a SHA-1 digest, keys read as
-// RSA objects) is what the other sides of these signatures use; OpenSSL 3
-// marks these calls deprecated but keeps them.
-#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+#include "signature/OpensslHandles.h"
 
 namespace {
 
 constexpr int kSha1Length = 20;
 
-struct BioFree {
-  void operator()(BIO* bio) const { BIO_free(bio); }
-};
-struct RsaFree {
-  void operator()(RSA* rsa) const { RSA_free(rsa); }
-};
-using BioPtr = std::unique_ptr<BIO, BioFree>;
-using RsaPtr = std::unique_ptr<RSA, RsaFree>;
+using BioPtr = BKOpensslPtr<BIO, BIO_free>;
+using RsaPtr = BKOpensslPtr<RSA, RSA_free>;
 
 // SHA-1 of the text's bytes, no terminator.  False only if OpenSSL fails.
 bool sha1(const std::string& text, unsigned char digest[kSha1Length]) {
@@ -45,12 +40,6 @@ bool sha1(const std::string& text, unsigned char digest[kSha1Length]) {
                   EVP_DigestFinal_ex(context, digest, &length) == 1 && length == kSha1Length;
   EVP_MD_CTX_free(context);
   return ok;
-}
-
-std::string lastOpensslError() {
-  char text[256];
-  ERR_error_string_n(ERR_get_error(), text, sizeof(text));
-  return text;
 }
 
 BioPtr memoryBio(const char* pem) { return BioPtr(BIO_new_mem_buf(pem, -1)); }
@@ -70,6 +59,12 @@ std::vector<unsigned char> hexToBytes(const std::string& hex) {
 }
 
 }  // namespace
+
+std::string bkOpensslErrorText() {
+  char text[256];
+  ERR_error_string_n(ERR_get_error(), text, sizeof(text));
+  return text;
+}
 
 std::string binToHexString(const unsigned char* bytes, std::size_t count) {
   static const char kDigits[] = "0123456789abcdef";
@@ -107,7 +102,7 @@ bool verifySig(const std::string& text, const std::string& signatureHex, std::st
     if (bio) key.reset(PEM_read_bio_RSA_PUBKEY(bio.get(), nullptr, nullptr, nullptr));
   }
   if (!key) {
-    const std::string error = lastOpensslError();
+    const std::string error = bkOpensslErrorText();
     // The standard error text has always said "private"; tools match on it.
     fprintf(stderr, "Warning:: OpenSSL error Can not read private key from Buffer: %s\n",
             error.c_str());
@@ -124,7 +119,7 @@ bool verifySig(const std::string& text, const std::string& signatureHex, std::st
                                   static_cast<unsigned int>(signature.size()), key.get());
   bool result = false;
   if (verified != 1) {
-    lastOpensslError();  // drains the error queue of this thread
+    bkOpensslErrorText();  // drains the error queue of this thread
     // The words are old and misleading: a failed verification is a failure.
     BK_LOG(kPrimitivesLogTag, "Warning :: disregard for now [Failure: OpenSSL error RSA_verify]");
   } else {
@@ -170,7 +165,7 @@ bool signString(const std::string& text, std::string& signatureHex) {
     OPENSSL_cleanse(passphrase, sizeof(passphrase));
   }
   if (!key) {
-    BK_LOG(kPrimitivesLogTag, lastOpensslError());
+    BK_LOG(kPrimitivesLogTag, bkOpensslErrorText());
     BK_LOG(kPrimitivesLogTag, "End Sign:");
     return false;
   }

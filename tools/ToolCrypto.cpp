@@ -10,22 +10,17 @@
 #include <sstream>
 #include <vector>
 
+#include "signature/OpensslHandles.h"
 #include "signature/SigningPrimitives.h"
 
 namespace {
 
-struct KeyFree {
-  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-};
-struct ContextFree {
-  void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-};
-using KeyPtr = std::unique_ptr<EVP_PKEY, KeyFree>;
-using ContextPtr = std::unique_ptr<EVP_MD_CTX, ContextFree>;
+using KeyPtr = BKOpensslPtr<EVP_PKEY, EVP_PKEY_free>;
+using ContextPtr = BKOpensslPtr<EVP_MD_CTX, EVP_MD_CTX_free>;
 
+// The first error's text; the rest of the queue goes with it.
 std::string opensslError() {
-  char text[256];
-  ERR_error_string_n(ERR_get_error(), text, sizeof(text));
+  std::string text = bkOpensslErrorText();
   ERR_clear_error();
   return text;
 }
