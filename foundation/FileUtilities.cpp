@@ -33,8 +33,8 @@ bool Util_fileCopy(const char* source, const char* destination, bool overwrite) 
     std::ifstream in(source, std::ios::binary);
     std::ofstream out(destination, std::ios::binary | std::ios::trunc);
     if (!in.is_open() || !out.is_open()) {
-      BK_LOG_ERROR("Could not open either source '" << source << "' or destination '"
-                                                     << destination << "' for copy.");
+      BK_LOG_ERROR("Could not open either source '" << source << "' or destination '" << destination
+                                                    << "' for copy.");
       return false;
     }
     in.seekg(0, std::ios::end);
@@ -52,7 +52,8 @@ bool Util_fileCopy(const char* source, const char* destination, bool overwrite) 
   }
 
   if (!Util_fileExists(destination)) {
-    BK_LOG_ERROR("Destination file '" << destination << "' did not exist after attempting to copy.");
+    BK_LOG_ERROR("Destination file '" << destination
+                                      << "' did not exist after attempting to copy.");
     return false;
   }
   std::ifstream check(destination, std::ios::binary | std::ios::ate);
@@ -118,13 +119,13 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
 
 char* Util_replaceCharString(char** target, const char* source, unsigned long length) {
   if (*target != nullptr && (*target)[0] != '\0') {
-    delete[] *target;
+    delete[] * target;
     *target = nullptr;
   }
   if (length != 0) {
     // An empty text that stayed above is replaced here; it is released first
     // so that nothing leaks.
-    delete[] *target;
+    delete[] * target;
     *target = new char[length + 1];
     memset(*target, 0, length + 1);
     strncpy(*target, source, length);

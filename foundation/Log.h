@@ -47,18 +47,18 @@ void bkLogSessionLine(const std::string& uid, const char* function, const std::s
 void bkLogErrorLine(const char* file, int line, const char* function, const std::string& text);
 
 // Stream-style helpers: BK_LOG(uid, "a" << b) and BK_LOG_ERROR("a" << b).
-#define BK_LOG(uid, expr)                                        \
-  do {                                                           \
-    std::ostringstream bk_log_text_;                             \
-    bk_log_text_ << expr;                                        \
-    bkLogSessionLine((uid), __FUNCTION__, bk_log_text_.str());   \
+#define BK_LOG(uid, expr)                                      \
+  do {                                                         \
+    std::ostringstream bk_log_text_;                           \
+    bk_log_text_ << expr;                                      \
+    bkLogSessionLine((uid), __FUNCTION__, bk_log_text_.str()); \
   } while (0)
 
-#define BK_LOG_ERROR(expr)                                                  \
-  do {                                                                      \
-    std::ostringstream bk_log_text_;                                        \
-    bk_log_text_ << expr;                                                   \
-    bkLogErrorLine(__FILE__, __LINE__, __FUNCTION__, bk_log_text_.str());   \
+#define BK_LOG_ERROR(expr)                                                \
+  do {                                                                    \
+    std::ostringstream bk_log_text_;                                      \
+    bk_log_text_ << expr;                                                 \
+    bkLogErrorLine(__FILE__, __LINE__, __FUNCTION__, bk_log_text_.str()); \
   } while (0)
 
 #endif  // BRAMBLEKIT_FOUNDATION_LOG_H_

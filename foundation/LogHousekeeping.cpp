@@ -13,8 +13,8 @@
 #include "foundation/Mutexes.h"
 #include "foundation/StationFiles.h"
 
-static const long kDefaultRotateSize = 0x3200000;       // 50 MiB
-static const long kDefaultMaximumAge = 0x278d00;        // 30 days
+static const long kDefaultRotateSize = 0x3200000;  // 50 MiB
+static const long kDefaultMaximumAge = 0x278d00;   // 30 days
 
 static long readIntegerSetting(const char* key, long fallback) {
   Json::Value value = getKSInfo()->getValueFor("ksinfo", key);

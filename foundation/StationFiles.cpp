@@ -90,9 +90,9 @@ bool CBKJsonStationFile::isLoaded() {
 }
 
 CBKKSInfo::CBKKSInfo(const std::string& filePath)
-    : CBKJsonStationFile(filePath, {"CBKKSInfo", "ks_station_info.json file does not exist",
-                                    "Refreshing ksinfo.json file at \"",
-                                    "Failed to parse ksinfo.json\n"}) {}
+    : CBKJsonStationFile(filePath,
+                         {"CBKKSInfo", "ks_station_info.json file does not exist",
+                          "Refreshing ksinfo.json file at \"", "Failed to parse ksinfo.json\n"}) {}
 
 CBKKSInfo* CBKKSInfo::init(const std::string& filePath) {
   static CBKKSInfo instance(filePath);
@@ -100,18 +100,15 @@ CBKKSInfo* CBKKSInfo::init(const std::string& filePath) {
 }
 
 CBKSHCheck::CBKSHCheck(const std::string& filePath)
-    : CBKJsonStationFile(filePath,
-                         {"CBKSHCheck", "Station_Health_Check.json file does not exist",
-                          "Refreshing Station_Health_Check.json file at \"",
-                          "Failed to parse Station_Health_Check.json\n"}) {}
+    : CBKJsonStationFile(filePath, {"CBKSHCheck", "Station_Health_Check.json file does not exist",
+                                    "Refreshing Station_Health_Check.json file at \"",
+                                    "Failed to parse Station_Health_Check.json\n"}) {}
 
 CBKSHCheck* CBKSHCheck::init(const std::string& filePath) {
   static CBKSHCheck instance(filePath);
   return &instance;
 }
 
-CBKKSInfo* getKSInfo() {
-  return CBKKSInfo::init(std::string(vaultStationConfigPath) + ksinfo);
-}
+CBKKSInfo* getKSInfo() { return CBKKSInfo::init(std::string(vaultStationConfigPath) + ksinfo); }
 
 CBKSHCheck* getSHCheck() { return CBKSHCheck::init(stationHealthCheckFilePath); }

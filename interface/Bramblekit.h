@@ -175,8 +175,7 @@ BK_EXPORT testSpecHandle BK_testSpec_create(void);
 BK_EXPORT void BK_testSpec_destroy(testSpecHandle spec);
 BK_EXPORT bool BK_testSpec_setTestName(testSpecHandle spec, const char* text, size_t length);
 BK_EXPORT bool BK_testSpec_setSubTestName(testSpecHandle spec, const char* text, size_t length);
-BK_EXPORT bool BK_testSpec_setSubSubTestName(testSpecHandle spec, const char* text,
-                                             size_t length);
+BK_EXPORT bool BK_testSpec_setSubSubTestName(testSpecHandle spec, const char* text, size_t length);
 BK_EXPORT bool BK_testSpec_setUnits(testSpecHandle spec, const char* text, size_t length);
 BK_EXPORT bool BK_testSpec_setLimits(testSpecHandle spec, const char* lower, size_t lowerLength,
                                      const char* upper, size_t upperLength);
@@ -186,8 +185,7 @@ BK_EXPORT testResultHandle BK_testResult_create(void);
 BK_EXPORT void BK_testResult_destroy(testResultHandle result);
 BK_EXPORT bool BK_testResult_setResult(testResultHandle result, enum BK_PASSFAILRESULT verdict);
 BK_EXPORT bool BK_testResult_setValue(testResultHandle result, const char* text, size_t length);
-BK_EXPORT bool BK_testResult_setMessage(testResultHandle result, const char* text,
-                                        size_t length);
+BK_EXPORT bool BK_testResult_setMessage(testResultHandle result, const char* text, size_t length);
 
 /* Fixture position. */
 BK_EXPORT BKReplyHandle BK_setDUTPos(UUTHandle handle, const char* fixture, const char* head);
@@ -201,8 +199,7 @@ BK_EXPORT BKReplyHandle BK_addBlobWithPolicy(UUTHandle handle, enum BK_BKBLOBPOL
 BK_EXPORT BKReplyHandle BK_addBlobData(UUTHandle handle, const char* name, const void* data,
                                        long length);
 BK_EXPORT BKReplyHandle BK_addBlobDataWithPolicy(UUTHandle handle, enum BK_BKBLOBPOLICY policy,
-                                                 const char* name, const void* data,
-                                                 long length);
+                                                 const char* name, const void* data, long length);
 
 /* Unit identity and station checks. */
 BK_EXPORT BKReplyHandle BK_validateSerialNumber(UUTHandle handle, const char* serialNumber);
@@ -252,8 +249,7 @@ BK_EXPORT bool BK_isSignatureOK(BKReplyHandle reply);
 BK_EXPORT bool BK_isSigExpOK(BKReplyHandle reply);
 
 /* The shop-floor answer about the unit, as the background check left it. */
-BK_EXPORT bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply,
-                                   const char* serialNumber);
+BK_EXPORT bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char* serialNumber);
 BK_EXPORT bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply,
                                      const char* serialNumber);
 

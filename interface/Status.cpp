@@ -5,61 +5,67 @@
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 
-const char* const BKMessageClassNames[33] = {
-    "BK_MSG_CLASS_UNCLASSIFIED",   "BK_MSG_CLASS_API_ERROR",
-    "BK_MSG_CLASS_COMM_ERR",       "BK_MSG_CLASS_QUERY",
-    "BK_MSG_CLASS_QUERY_RESPONSE", "BK_MSG_CLASS_QUERY_DELAYED_RESPONSE",
-    "BK_MSG_CLASS_PROCESS_CONTROL", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", ""};
+const char* const BKMessageClassNames[33] = {"BK_MSG_CLASS_UNCLASSIFIED",
+                                             "BK_MSG_CLASS_API_ERROR",
+                                             "BK_MSG_CLASS_COMM_ERR",
+                                             "BK_MSG_CLASS_QUERY",
+                                             "BK_MSG_CLASS_QUERY_RESPONSE",
+                                             "BK_MSG_CLASS_QUERY_DELAYED_RESPONSE",
+                                             "BK_MSG_CLASS_PROCESS_CONTROL",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             "",
+                                             ""};
 
 const char* const BKMessageNumberNames[36] = {
-    "BK_MSG_ERROR_API_UNHANDLED",
-    "BK_MSG_ERROR_UNIT_ID_INVALID",
-    "BK_MSG_ERROR_UNIMPLEMENTED",
-    "BK_MSG_ERROR_API_VERSION",
-    "BK_MSG_ERROR_API_SYNTAX",
-    "BK_MSG_ERROR_API_NO_ATTRIBUTE",
-    "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
-    "BK_MSG_ERROR_FILESYSTEM",
-    "BK_MSG_ERROR_NETWORK",
-    "BK_MSG_ERROR_INVALID_SERIAL_NUMBER",
-    "BK_MSG_ERROR_DCS_NOT_RESPONDING",
-    "BK_MSG_ERROR_TRAX_NOT_RESPONDING",
-    "BK_MSG_ERROR_KESTREL_NOT_RESPONDING",
-    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
-    "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
-    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
-    "BK_MSG_ERROR_INVALID_STATION_TYPE",
-    "BK_MSG_ERROR_INVALID_SW_VERSION",
-    "BK_MSG_ERROR_INVALID_BK_VERSION",
-    "BK_MSG_ERROR_INVALID_MARTEN_VERSION",
-    "BK_MSG_ERROR_INVALID_KSSTATIONINFO_VALUE",
-    "BK_MSG_ERROR_INVALID_DATA_FORMAT",
-    "STR_BK_MSG_ERROR_INVALID_SIGNATURE",
-    "BK_MSG_UNIT_GOLDEN_UNIT",
-    "BK_MSG_UNIT_OUTLIER",
-    "BK_MSG_UNIT_ESCAPE",
-    "BK_MSG_UNIT_FORCE_FAIL",
-    "BK_MSG_UNIT_RECALL",
-    "BK_MSG_UNIT_HOLD",
-    "BK_MSG_UNIT_NOT_IN_SFC",
+    "BK_MSG_ERROR_API_UNHANDLED", "BK_MSG_ERROR_UNIT_ID_INVALID", "BK_MSG_ERROR_UNIMPLEMENTED",
+    "BK_MSG_ERROR_API_VERSION", "BK_MSG_ERROR_API_SYNTAX", "BK_MSG_ERROR_API_NO_ATTRIBUTE",
+    "BK_MSG_ERROR_MARTEN_NOT_RUNNING", "BK_MSG_ERROR_FILESYSTEM", "BK_MSG_ERROR_NETWORK",
+    "BK_MSG_ERROR_INVALID_SERIAL_NUMBER", "BK_MSG_ERROR_DCS_NOT_RESPONDING",
+    "BK_MSG_ERROR_TRAX_NOT_RESPONDING", "BK_MSG_ERROR_KESTREL_NOT_RESPONDING",
+    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING", "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS", "BK_MSG_ERROR_INVALID_STATION_TYPE",
+    "BK_MSG_ERROR_INVALID_SW_VERSION", "BK_MSG_ERROR_INVALID_BK_VERSION",
+    "BK_MSG_ERROR_INVALID_MARTEN_VERSION", "BK_MSG_ERROR_INVALID_KSSTATIONINFO_VALUE",
+    "BK_MSG_ERROR_INVALID_DATA_FORMAT", "STR_BK_MSG_ERROR_INVALID_SIGNATURE",
+    "BK_MSG_UNIT_GOLDEN_UNIT", "BK_MSG_UNIT_OUTLIER", "BK_MSG_UNIT_ESCAPE",
+    "BK_MSG_UNIT_FORCE_FAIL", "BK_MSG_UNIT_RECALL", "BK_MSG_UNIT_HOLD", "BK_MSG_UNIT_NOT_IN_SFC",
     "BK_MSG_STATION_SW_MISMATCH",
     // Two names run together: station files know message 31 by this key.
-    "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE",
-    "BK_MSG_ERROR_INVALID_ATTRIBUTE",
-    "BK_MSG_ERROR_SFC_QUERY_UNIT",
-    "BK_MSG_ERROR_CANOPY_AMIOKAY",
-    ""};
+    "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", "BK_MSG_ERROR_INVALID_ATTRIBUTE",
+    "BK_MSG_ERROR_SFC_QUERY_UNIT", "BK_MSG_ERROR_CANOPY_AMIOKAY", ""};
 
 // Descriptions were planned for every entry; none was ever written.
 const char* const BKMessageClassStrings[33] = {
-    "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "",};
+    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+};
 const char* const BKMessageNumberStrings[36] = {
-    "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "",};
+    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+};
 
 const char* bkClassName(unsigned msgClass) {
   if (msgClass == 0) return BKMessageClassNames[0];
@@ -109,7 +115,7 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
   if (!BK_isLifelineMessageOFF(msgClass, message)) {
     byID = true;
     BK_LOG(kBlankUID, "lifeline by ID => name: '" << messageName << "'  state: '"
-                                                   << (byIDActive ? "ACTIVE" : "PASSIVE"));
+                                                  << (byIDActive ? "ACTIVE" : "PASSIVE"));
   }
   bool byClass = false;
   bool byClassActive = false;
@@ -119,8 +125,8 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
     const char* className = msgClass < 33 ? BKMessageClassNames[msgClass] : "";
     byClassActive = readClassActive(lifelineEntry(className));
     BK_LOG(kBlankUID, "lifeline by class => name: '" << className << "'  state: '"
-                                                      << (byClassActive ? "ACTIVE" : "PASSIVE")
-                                                      << "'");
+                                                     << (byClassActive ? "ACTIVE" : "PASSIVE")
+                                                     << "'");
   }
   if (message == BK_MSG_ERROR_API_VERSION) return false;
   if (byID) return !byIDActive;

@@ -159,7 +159,8 @@ CBKReply* CUUT::cancel() {
     try {
       deleted = Util_deletDirectory(path.c_str()) == 0;
     } catch (const std::exception& e) {
-      BK_LOG(UID, "cancel" << " runtime exception." << e.what());
+      BK_LOG(UID, "cancel"
+                      << " runtime exception." << e.what());
     }
     if (deleted) break;
     Util_sleep(100);

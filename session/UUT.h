@@ -122,8 +122,7 @@ class CUUT {
   bool setDUTPos(CBKReply* reply, const char* fixture, const char* head);
   bool setDUTPosition(CBKReply* reply, BK_ENUM_FIXTURE_ID fixture, BK_ENUM_FIXTURE_HEAD_ID head);
   CBKReply* addModuleHistory(const char* moduleSN, const char* vendorCode, const char* dateCode,
-                             const char* partNumber, const char* description,
-                             const char* lotCode);
+                             const char* partNumber, const char* description, const char* lotCode);
   CBKReply* sendStationFailureReport(const char* step, const char* reason);
 
   // Fields are public: the intake, done, commit and check code across the

@@ -15,8 +15,8 @@ CBKReply* CUUT::getJsonResultsObj() {
   std::ostringstream text;
   text << rootJson;
   reply->setData(text.str());
-  BK_LOG(kBlankUID, "Json object size = " << rootJson.size()
-                                          << " reply object size = " << text.str().size());
+  BK_LOG(kBlankUID,
+         "Json object size = " << rootJson.size() << " reply object size = " << text.str().size());
   if (rootJson.size() <= 2 || text.str().empty()) {
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
                   "Invalid state of json object");
