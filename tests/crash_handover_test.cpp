@@ -12,7 +12,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "data/ResultsDocument.h"
 #include "support/SessionRun.h"
@@ -46,12 +46,8 @@ const char* const kHandOverRoots[] = {"/vault/data_collection/uut_data/",
   _exit(0);
 }
 
-struct Child {
-  pid_t pid;
-  int ready;
-};
-
-Child startChild(int sessions) {
+// A child running `sessions` sessions; gives its pid and the read end of `ready`.
+std::pair<pid_t, int> startChild(int sessions) {
   int fds[2];
   EXPECT_EQ(pipe(fds), 0);
   pid_t pid = fork();
@@ -60,7 +56,7 @@ Child startChild(int sessions) {
     runSessions(fds[1], sessions);
   }
   close(fds[1]);
-  return Child{pid, fds[0]};
+  return {pid, fds[0]};
 }
 
 bool readMark(int fd, char expected) {
@@ -78,10 +74,10 @@ int checkHandOvers(int trial) {
     for (const fs::directory_entry& entry : fs::directory_iterator(root)) {
       std::string path = entry.path().string();
       if (path.size() > 7 && path.compare(path.size() - 7, 7, ".commit") == 0) {
-        std::string results = path + "/results.Json";
-        EXPECT_TRUE(fileExists(results)) << "trial " << trial << ": " << path;
-        EXPECT_TRUE(Util_verify_results_json(results.c_str())) << "trial " << trial;
-        EXPECT_TRUE(verifyCommittedResults(results)) << "trial " << trial << ": " << results;
+        const std::string results = path + "/results.Json";
+        EXPECT_TRUE(fileExists(results) && Util_verify_results_json(results.c_str()) &&
+                    verifyCommittedResults(results))
+            << "trial " << trial << ": " << results;
         ++checked;
       }
       fs::remove_all(entry.path(), ignored);
@@ -96,16 +92,15 @@ TEST(CrashHandoverTest, KilledSessionsNeverLeaveATornHandOver) {
   writeReadyStation(info);
 
   // How long done and commit take here, so that the kills fall inside them.
-  Child calibration = startChild(1);
-  ASSERT_TRUE(readMark(calibration.ready, 'D'));
+  auto [pid, ready] = startChild(1);
+  ASSERT_TRUE(readMark(ready, 'D'));
   auto from = std::chrono::steady_clock::now();
-  ASSERT_TRUE(readMark(calibration.ready, 'C'));
+  ASSERT_TRUE(readMark(ready, 'C'));
   long window =
       std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - from)
           .count();
-  int status = 0;
-  waitpid(calibration.pid, &status, 0);
-  close(calibration.ready);
+  waitpid(pid, nullptr, 0);
+  close(ready);
   ASSERT_EQ(checkHandOvers(-1), 2) << "the unkilled session must hand over twice";
 
   std::mt19937 random(static_cast<unsigned>(time(nullptr)));
@@ -113,21 +108,19 @@ TEST(CrashHandoverTest, KilledSessionsNeverLeaveATornHandOver) {
   int committed = 0;
   int cut = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
-    Child child = startChild(3);
-    ASSERT_TRUE(readMark(child.ready, 'D')) << "trial " << trial;
+    std::tie(pid, ready) = startChild(3);
+    ASSERT_TRUE(readMark(ready, 'D')) << "trial " << trial;
     usleep(static_cast<useconds_t>(delay(random)));
-    kill(child.pid, SIGKILL);
-    waitpid(child.pid, &status, 0);
-    close(child.ready);
-    int found = checkHandOvers(trial);
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    close(ready);
+    const int found = checkHandOvers(trial);
     committed += found;
-    if (found == 0) ++cut;
+    cut += found == 0;
     if (HasFailure()) break;
   }
   printf("%d kills, window %ld us: %d hand-overs checked, %d kills before any hand-over\n", kTrials,
          window, committed, cut);
-  RecordProperty("trials", kTrials);
-  RecordProperty("handOversChecked", committed);
   // Both sides of the hand-over must have been hit for the test to mean anything.
   EXPECT_GT(committed, 0);
   EXPECT_GT(cut, 0);
