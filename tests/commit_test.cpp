@@ -25,17 +25,16 @@ class CommitTest : public ::testing::Test {
 
   // A session with the given results, taken through a clean done.
   CUUT* doneSession(int passes, int failures, int nas) {
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
     uut_ = startSession();
     addAttributes(uut_);
     addResults(uut_, passes, failures, nas);
-    Answer done = answerOf(BK_UUTDone(uut_));
-    EXPECT_TRUE(done.success) << done.text;
-    EXPECT_EQ(uut_->state, UUT_STATE_DID);
+    EXPECT_TRUE(answerOf(BK_UUTDone(uut_)).success);
     return uut_;
   }
 
+  Answer commit(BK_PASSFAILRESULT claim = BK_PASS) { return answerOf(BK_UUTCommit(uut_, claim)); }
   Json::Value committedResults() { return parseFile(dirOf(uut_, ".commit/results.Json")); }
-
   // The log written since the test began, so the test reads only its own lines.
   std::string newLog() { return readLog().substr(logStart_); }
 
@@ -91,20 +90,13 @@ TEST_P(VerdictTest, RecordsVerdictAndHandsOver) {
   uut->pendingFailureActive = row.pendingActive;
   uut->pendingFailureName = "EtherNet unplugged [PASSIVE]";
 
-  Answer commit = answerOf(BK_UUTCommit(uut, row.claim));
-
   // Whatever the row, a commit that got to the hand-over answers pass.
-  EXPECT_TRUE(commit.success);
-  EXPECT_EQ(commit.status, 0u);
-  EXPECT_EQ(commit.text, row.replyText);
+  EXPECT_TRUE(answered(commit(row.claim), true, 0, row.replyText));
   EXPECT_EQ(uut->state, UUT_STATE_COMMIT);
   EXPECT_FALSE(fileExists(dirOf(uut, ".did")));
   Json::Value attributes = committedResults()["test_attributes"];
   EXPECT_EQ(attributes["test_result"].asString(), row.testResult);
-  EXPECT_EQ(attributes.isMember("override"), row.override);
-  if (row.override) {
-    EXPECT_EQ(attributes["override"].asString(), "1");
-  }
+  EXPECT_EQ(attributes.get("override", "absent").asString(), row.override ? "1" : "absent");
   std::string log = newLog();
   EXPECT_EQ(countLines(log, row.logLine), 1u) << row.logLine;
   if (*row.replyText != '\0') {
@@ -119,17 +111,14 @@ INSTANTIATE_TEST_SUITE_P(EveryRow, VerdictTest, ::testing::ValuesIn(kVerdictRows
 TEST_F(CommitTest, WritesVerifiedSignedFileThroughItsStages) {
   CUUT* uut = doneSession(2, 0, 0);
   writeFile(jsondbg, "");
-  Answer commit = answerOf(BK_UUTCommit(uut, BK_PASS));
-  ASSERT_TRUE(commit.success) << commit.text;
-
+  ASSERT_TRUE(commit().success);
   std::string dir = dirOf(uut, ".commit/");
   EXPECT_FALSE(fileExists(dir + "results.tmp"));
-  std::string text = readFile(dir + "results.Json");
-  Json::Value attributes = parseFile(dir + "results.Json")["test_attributes"];
+  Json::Value attributes = committedResults()["test_attributes"];
   EXPECT_EQ(attributes["signature_version"].asString(), "1");
   EXPECT_FALSE(attributes["otter_signature"].asString().empty());
   EXPECT_FALSE(attributes["ocelot_signature"].asString().empty());
-  EXPECT_TRUE(verifyCommittedResults(dir + "results.Json")) << text;
+  EXPECT_TRUE(verifyCommittedResults(dir + "results.Json"));
 
   std::string log = newLog();
   // Before and after tell of the same size; the document stands in the log
@@ -147,10 +136,8 @@ TEST_F(CommitTest, WritesVerifiedSignedFileThroughItsStages) {
 TEST_F(CommitTest, AttributeAfterDoneReachesTheCommittedFile) {
   // The session's directory still exists under the name of its state, so
   // the attribute is taken.
-  CUUT* uut = doneSession(1, 0, 0);
-  Answer added = answerOf(BK_addAttribute(uut, "fixture_color", "red"));
-  EXPECT_TRUE(added.success) << added.text;
-  ASSERT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
+  expectSuccess(BK_addAttribute(doneSession(1, 0, 0), "fixture_color", "red"), "attribute");
+  ASSERT_TRUE(commit().success);
   EXPECT_EQ(committedResults()["uut_attributes"]["fixture_color"].asString(), "red");
 }
 
@@ -160,8 +147,7 @@ TEST_F(CommitTest, DirectCopiesEndAsCommitBesideTheHandOver) {
   info["ksinfo"]["VOLE_DIRECT"] = "ON";
   writeReadyStation(info);
   CUUT* uut = doneSession(1, 0, 0);
-  ASSERT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
-
+  ASSERT_TRUE(commit().success);
   std::string own = readFile(dirOf(uut, ".commit/results.Json"));
   for (const char* root :
        {"/vault/data_collection/uut_data_ocelot/", "/vault/data_collection/uut_data_vole/"}) {
@@ -175,100 +161,83 @@ TEST_F(CommitTest, DirectCopiesEndAsCommitBesideTheHandOver) {
   EXPECT_EQ(countLines(log, "Test results copied to a folder[vole]"), 1u);
 }
 
-TEST_F(CommitTest, OutOfSequenceCancels) {
+TEST_F(CommitTest, OutOfSequenceVanishedOrEmptySessionsCancel) {
   // Before done.
   uut_ = startSession();
   addAttributes(uut_);
   addResults(uut_, 1, 0, 0);
-  Answer early = answerOf(BK_UUTCommit(uut_, BK_PASS));
-  EXPECT_FALSE(early.success);
-  EXPECT_EQ(early.text, " CANCELING TEST: Valid UID but apis calls out of sequnce.");
+  const std::string early = " CANCELING TEST: Valid UID but apis calls out of sequnce.";
+  EXPECT_EQ(commit().text, early);
   EXPECT_FALSE(fileExists(dirOf(uut_, "")));
-  EXPECT_EQ(countLines(newLog(), "ERROR: " + early.text), 2u);
-  BK_UID_destroy(uut_);
+  EXPECT_EQ(countLines(newLog(), "ERROR: " + early), 2u);
 
   // After a commit: the second one removes the committed directory.
-  CUUT* uut = doneSession(1, 0, 0);
-  ASSERT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
-  ASSERT_TRUE(fileExists(dirOf(uut, ".commit")));
-  EXPECT_FALSE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
-  EXPECT_FALSE(fileExists(dirOf(uut, ".commit")));
-}
+  doneSession(1, 0, 0);
+  ASSERT_TRUE(commit().success);
+  ASSERT_TRUE(fileExists(dirOf(uut_, ".commit")));
+  EXPECT_FALSE(commit().success);
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".commit")));
 
-TEST_F(CommitTest, VanishedDirectoryAndEmptySessionCancel) {
+  doneSession(0, 0, 0);
+  EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 4),
+                       "CANCELING TEST: total Failures[0], total Passes[0] and total testNAs[0]. "
+                       "Make sure that you execute at least one test"));
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".did")));
+
+  // Even a PASSIVE policy cannot keep a vanished session.
   Json::Value info = readyStationInfo();
   info["lifeline"]["BK_MSG_ERROR_UNIT_ID_INVALID"] = 1;
   writeReadyStation(info);
-  CUUT* uut = doneSession(1, 0, 0);
-  Util_deletDirectory(dirOf(uut, ".did").c_str());
-  Answer gone = answerOf(BK_UUTCommit(uut, BK_PASS));
-  EXPECT_FALSE(gone.success);
-  EXPECT_EQ(gone.status, BK_buildStatus(BK_FAIL, 1, 1));
-  EXPECT_EQ(gone.text,
-            "CANCELING TEST: Invalid UID, filesystem does not contain reference to "
-            "this UID in '" +
-                dirOf(uut, ".did/") + "'");
-  BK_UID_destroy(uut_);
-
-  uut = doneSession(0, 0, 0);
-  Answer empty = answerOf(BK_UUTCommit(uut, BK_PASS));
-  EXPECT_FALSE(empty.success);
-  EXPECT_EQ(empty.text,
-            "CANCELING TEST: total Failures[0], total Passes[0] and total testNAs[0]. Make sure "
-            "that you execute at least one test");
-  EXPECT_FALSE(fileExists(dirOf(uut, ".did")));
+  doneSession(1, 0, 0);
+  Util_deletDirectory(dirOf(uut_, ".did").c_str());
+  EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 1),
+                       "CANCELING TEST: Invalid UID, filesystem does not contain reference to "
+                       "this UID in '" +
+                           dirOf(uut_, ".did/") + "'"));
+  EXPECT_TRUE(answered(answerOf(BK_UUTCommit(nullptr, BK_PASS)), false,
+                       BK_buildStatus(BK_FAIL, 1, 4),
+                       "NULL inHandle handle passed as a parameter"));
 }
 
 TEST_F(CommitTest, SerialNumberCasesHoldBackOrCancel) {
   // No serial number attribute: nothing written, the session waits as .did.
-  CUUT* uut = doneSession(1, 0, 0);
-  uut->attributeSerialNumberCreated = false;
-  Answer missing = answerOf(BK_UUTCommit(uut, BK_PASS));
-  EXPECT_FALSE(missing.success);
-  EXPECT_EQ(missing.text,
+  doneSession(1, 0, 0)->attributeSerialNumberCreated = false;
+  EXPECT_EQ(commit().text,
             "UUTCommit() was called before a 'serial number' attribute was added, NOT committing "
             "the test results.");
-  EXPECT_TRUE(fileExists(dirOf(uut, ".did")));
-  EXPECT_FALSE(fileExists(dirOf(uut, ".did/results.tmp")));
-  EXPECT_FALSE(fileExists(dirOf(uut, ".did/results.Json")));
-  BK_UID_destroy(uut_);
+  EXPECT_TRUE(fileExists(dirOf(uut_, ".did")));
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".did/results.tmp")));
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".did/results.Json")));
 
-  // ACTIVE bad number, under the intake's exact name: cancelled.
-  uut = doneSession(1, 0, 0);
-  uut->pendingFailure = true;
-  uut->pendingFailureName = "SERIAL_NUMBER_NOT_OK [ACTIVE]:";
-  Answer active = answerOf(BK_UUTCommit(uut, BK_PASS));
+  // A bad number under the intake's exact name: ACTIVE cancels, PASSIVE writes
+  // and signs but never hands over; another check's spacing does not count.
+  doneSession(1, 0, 0)->pendingFailure = true;
+  uut_->pendingFailureName = "SERIAL_NUMBER_NOT_OK [ACTIVE]:";
+  Answer active = commit();
   EXPECT_FALSE(active.success);
   EXPECT_EQ(active.text, "INVALID_SERIAL_NUMBER, NOT committing CANCELING test ERROR: [ACTIVE]");
-  EXPECT_FALSE(fileExists(dirOf(uut, ".did")));
-  BK_UID_destroy(uut_);
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".did")));
 
-  // PASSIVE bad number: written and signed, never handed over.
-  uut = doneSession(1, 0, 0);
-  uut->pendingFailure = true;
-  uut->pendingFailureName = "SERIAL_NUMBER_NOT_OK [PASSIVE]:";
-  Answer passive = answerOf(BK_UUTCommit(uut, BK_PASS));
-  EXPECT_TRUE(passive.success);
-  EXPECT_EQ(uut->state, UUT_STATE_COMMIT);
-  EXPECT_TRUE(fileExists(dirOf(uut, ".did/results.Json")));
-  EXPECT_FALSE(fileExists(dirOf(uut, ".commit")));
+  doneSession(1, 0, 0)->pendingFailure = true;
+  uut_->pendingFailureName = "SERIAL_NUMBER_NOT_OK [PASSIVE]:";
+  EXPECT_TRUE(commit().success);
+  EXPECT_EQ(uut_->state, UUT_STATE_COMMIT);
+  EXPECT_TRUE(fileExists(dirOf(uut_, ".did/results.Json")));
+  EXPECT_FALSE(fileExists(dirOf(uut_, ".commit")));
   EXPECT_EQ(countLines(newLog(), "INVALID_SERIAL_NUMBER, NOT committing ERROR: [PASSIVE]"), 1u);
-  BK_UID_destroy(uut_);
 
-  // Another check's differently spaced name does not stop the commit.
-  uut = doneSession(1, 0, 0);
-  uut->pendingFailure = true;
-  uut->pendingFailureName = "SERIAL_NUMBER_NOT_OK[ACTIVE]:";
-  EXPECT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
-  EXPECT_TRUE(fileExists(dirOf(uut, ".commit/results.Json")));
+  doneSession(1, 0, 0)->pendingFailure = true;
+  uut_->pendingFailureName = "SERIAL_NUMBER_NOT_OK[ACTIVE]:";
+  EXPECT_TRUE(commit().success);
+  EXPECT_TRUE(fileExists(dirOf(uut_, ".commit/results.Json")));
 }
 
 TEST_F(CommitTest, FileFailingVerificationTwiceStaysWithCorruptCopy) {
   CUUT* uut = doneSession(1, 0, 0);
   uut->getRootJson()["test_station_attributes"].removeMember("limits_version");
-  Answer commit = answerOf(BK_UUTCommit(uut, BK_PASS));
-  EXPECT_FALSE(commit.success);
-  EXPECT_EQ(commit.text,
+  Answer answer = commit();
+  EXPECT_FALSE(answer.success);
+  EXPECT_EQ(answer.text,
             "::Second time results json file verification failed, check sanity of the station");
   EXPECT_EQ(uut->state, UUT_STATE_DID);
   EXPECT_TRUE(fileExists(dirOf(uut, ".did/results.tmp")));
@@ -281,15 +250,8 @@ TEST_F(CommitTest, FileFailingVerificationTwiceStaysWithCorruptCopy) {
 
   // Mended, the same session may commit again.
   uut->getRootJson()["test_station_attributes"]["limits_version"] = "L-9";
-  EXPECT_TRUE(answerOf(BK_UUTCommit(uut, BK_PASS)).success);
+  EXPECT_TRUE(commit().success);
   EXPECT_TRUE(fileExists(dirOf(uut, ".commit/results.Json")));
-}
-
-TEST_F(CommitTest, NullHandle) {
-  uut_ = startSession();  // loads the fail policy
-  Answer answer = answerOf(BK_UUTCommit(nullptr, BK_PASS));
-  EXPECT_FALSE(answer.success);
-  EXPECT_EQ(answer.text, "NULL inHandle handle passed as a parameter");
 }
 
 }  // namespace
