@@ -6,19 +6,19 @@
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "identity/Exceptions.h"
+#include "identity/TextScanners.h"
 
 namespace {
 
-// The C locale's classes, spelled out so that a station that changes its
-// locale does not change what the servers accept.
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isAlpha(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
+// The C locale's classes, so that a station that changes its locale does not
+// change what the servers accept.
 bool numericChar(char c) {
-  return isDigit(c) || c == '.' || c == '-' || c == 'e' || c == '+' || c == 'E';
+  return bkIsDigit(c) || c == '.' || c == '-' || c == 'e' || c == '+' || c == 'E';
 }
-bool timeStampChar(char c) { return isDigit(c) || c == ':' || c == '-' || c == ' '; }
-bool stationIDChar(char c) { return isDigit(c) || isAlpha(c) || c == '_' || c == '-' || c == '.'; }
+bool timeStampChar(char c) { return bkIsDigit(c) || c == ':' || c == '-' || c == ' '; }
+bool stationIDChar(char c) {
+  return bkIsDigit(c) || bkIsAlpha(c) || c == '_' || c == '-' || c == '.';
+}
 
 template <typename Allowed>
 void scan(const std::string& text, size_t first, size_t last, Allowed allowed, const char* prefix,
@@ -37,6 +37,22 @@ void scan(const std::string& text, size_t first, size_t last, Allowed allowed, c
 // position and so meets the terminator at once.
 size_t lastPosition(const std::string& text) { return text.size() - 1; }
 
+// Scans the whole text with `verify`; a refusal is logged, under the caller's
+// name, as a line of no session.
+bool scanWhole(void (*verify)(const std::string&, size_t, size_t), const std::string& text,
+               const char* function) {
+  try {
+    verify(text, 0, lastPosition(text));
+    return true;
+  } catch (exception_with_string* e) {
+    bkLogSessionLine(kBlankUID, function, e->getErrorMessage());
+    delete e;
+  } catch (...) {
+    bkLogErrorLine(__FILE__, __LINE__, function, std::string(function) + ": Unhandled exception");
+  }
+  return false;
+}
+
 }  // namespace
 
 void verifySetValueNumericPlusPeriod(const std::string& text, size_t first, size_t last) {
@@ -53,31 +69,11 @@ void verifyStationID(const std::string& text, size_t first, size_t last) {
 
 bool validateTestSpecVal(const std::string& text) {
   if (text == kValueNotSet) return true;
-  try {
-    verifySetValueNumericPlusPeriod(text, 0, lastPosition(text));
-    return true;
-  } catch (exception_with_string* e) {
-    BK_LOG(kBlankUID, e->getErrorMessage());
-    delete e;
-  } catch (...) {
-    BK_LOG_ERROR("validateTestSpecVal"
-                 << ": Unhandled exception");
-  }
-  return false;
+  return scanWhole(verifySetValueNumericPlusPeriod, text, __FUNCTION__);
 }
 
 bool validateDateTimeStampVal(const std::string& text) {
-  try {
-    verifyDateTimeStamp(text, 0, lastPosition(text));
-    return true;
-  } catch (exception_with_string* e) {
-    BK_LOG(kBlankUID, e->getErrorMessage());
-    delete e;
-  } catch (...) {
-    BK_LOG_ERROR("validateDateTimeStampVal"
-                 << ": Unhandled exception");
-  }
-  return false;
+  return scanWhole(verifyDateTimeStamp, text, __FUNCTION__);
 }
 
 bool validateStationIDVal(const std::string& text) {
