@@ -25,6 +25,9 @@ bool Util_filecompress(const std::string& source, const std::string& target) {
     return false;
   }
 
+  // A larger buffer than zlib's default: each sync flush then costs one
+  // write of the compressed bytes, not several.
+  gzbuffer(out, 128 * 1024);
   char chunk[kChunkSize];
   for (;;) {
     size_t got = fread(chunk, 1, sizeof(chunk), in);
