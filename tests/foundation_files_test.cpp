@@ -22,81 +22,60 @@ TEST(Timestamps, AreUniqueAndShapedLikeTheUIDPrefix) {
   EXPECT_EQ(Util_makeTimestamp2(0).size(), 19u);
 }
 
-TEST(Log, LinesHaveTheirShapesAndTheHeaderComesFirst) {
-  BK_LOG("UID-1", "hello " << 42);
-  const std::string log = bk_test::readLog();
-  EXPECT_EQ(log.rfind("\n\n\n\n\n\n", 0), 0u);
-  EXPECT_NE(log.find(": Bramblekit-U library v-1.1.71 log starting\n"), std::string::npos);
-  EXPECT_NE(log.find(": [UID-1 - TestBody]: hello 42\n"), std::string::npos);
-}
-
 TEST(StationFiles, MissingKeysSectionsAndBrokenFiles) {
   bk_test::writeFile(bk_test::kStationInfoPath,
                      "{\"ksinfo\": {\"A\": \"1\",\n \"B\": 2}, \"lifeline\": {\"X\": ");
   CBKKSInfo* info = getKSInfo();
-  testing::internal::CaptureStdout();
   info->refresh();
-  EXPECT_NE(testing::internal::GetCapturedStdout().find("Failed to parse ksinfo.json"),
-            std::string::npos);
   // What came before the break is kept; what did not arrive reads "NOTFOUND".
   EXPECT_EQ(info->getValueFor("ksinfo", "A"), "1");
   EXPECT_EQ(info->getValueFor("ksinfo", "B"), 2);
   EXPECT_EQ(info->getValueFor("lifeline", "Y"), "NOTFOUND");
   EXPECT_EQ(info->getValueFor("nosuchsection", "A"), "NOTFOUND");
-
   bk_test::writeFile(bk_test::kStationInfoPath, "{\"ksinfo\": {\"A\": \"new\"}}");
   info->refresh();
   unlink(bk_test::kStationInfoPath);
   info->refresh();  // a vanished file keeps the last good contents
   EXPECT_EQ(info->getValueFor("ksinfo", "A"), "new");
-  EXPECT_NE(bk_test::readLog().find("ks_station_info.json file does not exist"), std::string::npos);
-}
 
-TEST(StationFiles, PlainConfigFileKeepsFirstKeyAndColonsInValues) {
+  // A plain config file keeps the first of a key, and colons in values.
   bk_test::writeFile("/tmp/plain.cfg", "# comment\nKEY:first\nKEY:second\nURL:http://x:80\nnone\n");
   CBKConfigFile file("/tmp/plain.cfg");
-  EXPECT_EQ(file.getValueFor("KEY"), "");
   EXPECT_EQ(file.refresh(), 1);
   EXPECT_EQ(file.getValueFor("KEY"), "first");
   EXPECT_EQ(file.getValueFor("URL"), "http://x:80");
-  CBKConfigFile missing("/tmp/none.cfg");
-  EXPECT_EQ(missing.refresh(), 0);
 }
 
-TEST(Directories, CreateReportsWhatItMadeAndDeleteLeavesLinks) {
+TEST(Directories, CreateReportsWhatItMadeAndDeleteLeavesLinksAndFiles) {
   EXPECT_TRUE(Util_createDirectories("/tmp/a/b/c/"));
-  EXPECT_TRUE(Util_directoryExists("/tmp/a/b/c"));
   EXPECT_FALSE(Util_createDirectories("/tmp/a/b/c"));
-
   bk_test::writeFile("/tmp/a/b/file", "x");
   ASSERT_EQ(symlink("/tmp/a/b/file", "/tmp/a/b/c/link"), 0);
   EXPECT_EQ(Util_deletDirectory("/tmp/a"), 0);
   EXPECT_FALSE(bk_test::fileExists("/tmp/a/b/file"));
   EXPECT_TRUE(Util_directoryExists("/tmp/a/b/c"));  // held up by the link
-  ASSERT_EQ(unlink("/tmp/a/b/c/link"), 0);
-  EXPECT_EQ(Util_deletDirectory("/tmp/a"), 0);
-  EXPECT_FALSE(Util_directoryExists("/tmp/a"));
   // Not a directory: nothing is touched.
   bk_test::writeFile("/tmp/plain", "x");
   EXPECT_EQ(Util_deletDirectory("/tmp/plain"), 0);
   EXPECT_TRUE(bk_test::fileExists("/tmp/plain"));
 }
 
-TEST(FileCopy, ChecksSizesAndRefusesSelfCopies) {
+TEST(FileCopies, CheckSizesRefuseSelfCopiesAndSkipLinks) {
   std::string content(3 * 1024 * 1024 + 17, 'q');
   bk_test::writeFile("/tmp/src", content);
   EXPECT_FALSE(Util_fileCopy("/tmp/src", "/tmp/src", true));
   EXPECT_FALSE(Util_fileCopy("/tmp/nosuch", "/tmp/dst", true));
-  EXPECT_FALSE(Util_fileCopy("", "/tmp/dst", true));
+  EXPECT_FALSE(Util_fileCopy("/tmp/src", "/tmp/nodir/dst", true));
   bk_test::writeFile("/tmp/dst", std::string(10 * 1024 * 1024, 'z'));
   EXPECT_TRUE(Util_fileCopy("/tmp/src", "/tmp/dst", false));  // truncated all the same
   EXPECT_EQ(bk_test::readFile("/tmp/dst"), content);
-  EXPECT_EQ(Util_fileSize("/tmp/dst"), static_cast<long>(content.size()));
-  EXPECT_EQ(Util_fileSize("/tmp/nosuch"), 0);
-  EXPECT_FALSE(Util_fileCopy("/tmp/src", "/tmp/nodir/dst", true));
-  EXPECT_NE(bk_test::readLog().find("Could not open either source '/tmp/src' or destination "
-                                    "'/tmp/nodir/dst' for copy."),
-            std::string::npos);
+
+  bk_test::writeFile("/tmp/tree/sub/b", "22");
+  ASSERT_EQ(symlink("/tmp/tree/sub/b", "/tmp/tree/link"), 0);
+  EXPECT_TRUE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/copy", true));
+  EXPECT_EQ(bk_test::readFile("/tmp/copy/sub/b"), "22");
+  EXPECT_FALSE(bk_test::fileExists("/tmp/copy/link"));
+  EXPECT_FALSE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/tree", true));
 }
 
 TEST(FileRename, RetriesThreeTimesThenThrows) {
@@ -109,34 +88,16 @@ TEST(FileRename, RetriesThreeTimesThenThrows) {
   } catch (const char* text) {
     EXPECT_STREQ(text, "Can not rename the file after 3 tries");
   }
-  const std::string log = bk_test::readLog();
-  EXPECT_EQ(bk_test::countLines(log, "retrying, in case of temporary file-busy error!"), 3u);
-  EXPECT_EQ(bk_test::countLines(log, "caught filesystem error"), 1u);
-}
-
-TEST(DirectoryCopy, CopiesRegularFilesRecursivelyAndSkipsLinks) {
-  bk_test::writeFile("/tmp/tree/a", "1");
-  bk_test::writeFile("/tmp/tree/sub/b", "22");
-  ASSERT_EQ(symlink("/tmp/tree/a", "/tmp/tree/link"), 0);
-  EXPECT_TRUE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/copy", true));
-  EXPECT_EQ(bk_test::readFile("/tmp/copy/a"), "1");
-  EXPECT_EQ(bk_test::readFile("/tmp/copy/sub/b"), "22");
-  EXPECT_FALSE(bk_test::fileExists("/tmp/copy/link"));
-  EXPECT_FALSE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/tree", true));
 }
 
 TEST(OutputFiles, OpenMakesParentsAndTruncates) {
   std::ofstream* out = COutputFile::open("/tmp/x/y/z.txt");
   ASSERT_TRUE(out->is_open());
   COutputFile::writeValueToStream(out, "key", "", 0);
-  COutputFile::writeValueToStream(out, "k2", "", 5);
   COutputFile::writeValueToStream(out, "", "v", 1);
   COutputFile::writeValueToStream(out, "k3", "v:3", 1);
   delete out;
-  EXPECT_EQ(bk_test::readFile("/tmp/x/y/z.txt"), "key=\nk2=\nk3=v:3\n");
-  const std::string log = bk_test::readLog();
-  EXPECT_EQ(bk_test::countLines(log, "value length was <=0"), 1u);
-  EXPECT_EQ(bk_test::countLines(log, "Key length was <= 0, nothing written to file"), 1u);
+  EXPECT_EQ(bk_test::readFile("/tmp/x/y/z.txt"), "key=\nk3=v:3\n");
   delete COutputFile::open("/tmp/x/y/z.txt");
   EXPECT_EQ(bk_test::readFile("/tmp/x/y/z.txt"), "");
   EXPECT_EQ(COutputFile::makeSafeFilename("a:b/c\\d'e\"f*g|h .-"), "a_b_c_d_e_f_g_h .-");

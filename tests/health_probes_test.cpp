@@ -14,30 +14,8 @@ namespace {
 
 unsigned failStatus(unsigned message) { return (1u << 31) | (32u << 20) | message; }
 
-// The number of seconds between `prefix` and `suffix`, or -1 if the text has
-// another form.
-long secondsIn(const std::string& text, const std::string& prefix, const std::string& suffix) {
-  if (text.size() <= prefix.size() + suffix.size() || text.compare(0, prefix.size(), prefix) ||
-      text.compare(text.size() - suffix.size(), suffix.size(), suffix)) {
-    return -1;
-  }
-  const std::string digits =
-      text.substr(prefix.size(), text.size() - prefix.size() - suffix.size());
-  return digits.find_first_not_of("0123456789") == std::string::npos ? std::stol(digits) : -1;
-}
-
-void ageHealthFile() {
-  const time_t old = time(nullptr) - 3600;
-  struct utimbuf times = {old, old};
-  ASSERT_EQ(utime(bk_test::kHealthPath, &times), 0);
-}
-
 class HealthProbes : public ::testing::Test {
  protected:
-  void SetUp() override {
-    info_ = bk_test::sampleStationInfo();
-    health_ = bk_test::sampleHealth();
-  }
   void TearDown() override {
     if (uut_ != nullptr) BK_UID_destroy(uut_);
   }
@@ -45,20 +23,20 @@ class HealthProbes : public ::testing::Test {
   void start() {
     if (uut_ != nullptr) BK_UID_destroy(uut_);
     bk_test::writeStationFiles(info_, health_);
-    BKReplyHandle started = BK_UUTStart(&uut_);
-    ASSERT_TRUE(BK_success(started));
-    BK_reply_destroy(started);
+    BK_reply_destroy(BK_UUTStart(&uut_));
+    ASSERT_NE(uut_, nullptr);
     reply_ = CBKReply();
   }
-  void rewriteHealth() {
-    bk_test::writeStationFiles(info_, health_);
-    reply_ = CBKReply();
+  void ageHealthFile() {
+    const time_t old = time(nullptr) - 3600;
+    struct utimbuf times = {old, old};
+    ASSERT_EQ(utime(bk_test::kHealthPath, &times), 0);
   }
   unsigned status() { return reply_.getStatus(); }
   std::string text() { return reply_.hasData() ? reply_.getData() : "<none>"; }
 
-  Json::Value info_;
-  Json::Value health_;
+  Json::Value info_ = bk_test::sampleStationInfo();
+  Json::Value health_ = bk_test::sampleHealth();
   UUTHandle uut_ = nullptr;
   CBKReply reply_;
 };
@@ -79,50 +57,55 @@ TEST_F(HealthProbes, FreshHealthFilePassesAndMissingFileFailsEachProbe) {
       {BK_isMartenRunning, "[Station_Health_Check.json not found]",
        BK_MSG_ERROR_MARTEN_NOT_RUNNING},
   };
-  for (const auto& [probe, missingText, message] : probes) {
-    reply_.setStatus(0x1234);
-    EXPECT_TRUE(probe(uut_, &reply_)) << message;
-    // Ethernet leaves the caller's reply alone when it passes; the others clear it.
-    EXPECT_EQ(status(), probe == BK_isEtherNetOK ? 0x1234u : 0u) << message;
-    EXPECT_FALSE(reply_.hasData()) << message;
-  }
+  for (const auto& [probe, missingText, message] : probes) EXPECT_TRUE(probe(uut_, &reply_));
   remove(bk_test::kHealthPath);
   for (const auto& [probe, missingText, message] : probes) {
     EXPECT_FALSE(probe(uut_, &reply_)) << message;
     EXPECT_EQ(text(), missingText);
     EXPECT_EQ(status(), failStatus(message));
   }
-  // Without a reply the verdict and the error line remain.
   EXPECT_FALSE(BK_isMartenRunning(uut_, nullptr));
-  EXPECT_NE(bk_test::readLog().find("ERROR: [Station_Health_Check.json not found]"),
-            std::string::npos);
 }
 
-TEST_F(HealthProbes, EthernetReadsOnlyAnIntegerFlag) {
-  health_["ethernet_ok"] = 0;
+// Unreadable values pass with a report in the reply, and throw without one.
+TEST_F(HealthProbes, UnreadableValuesPassWithAReport) {
+  health_["ethernet_ok"] = "1";                               // only an integer flag is read
+  health_.removeMember("network_last_successful_check_int");  // as the agent's sample spells it
+  health_["kssi_last_successful_check"] = Json::Int64(1294998733);  // no fraction
+  info_["ksinfo"]["NETWORK_NOT_OK_TIMEOUT"] = 60;
   start();
-  EXPECT_FALSE(BK_isEtherNetOK(uut_, &reply_));
-  EXPECT_EQ(text(), "Value found in station_health_check_file [0]");
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_ETHERNET_NOT_RESPONDING));
+  const std::tuple<Probe, const char*, unsigned> probes[] = {
+      {BK_isEtherNetOK, "Can't interpret ethernet_ok value from station_health_check.json file",
+       BK_MSG_ERROR_ETHERNET_NOT_RESPONDING},
+      {BK_isNetWorkOK, "Can't interpret network_last_successful_check_int value",
+       BK_MSG_ERROR_NETWORK_NOT_RESPONDING},
+      {BK_isKestrelOK, "Can not interpret kssi_last_successful_check value",
+       BK_MSG_ERROR_KESTREL_NOT_RESPONDING}};
+  for (const auto& [probe, report, message] : probes) {
+    EXPECT_TRUE(probe(uut_, &reply_)) << report;
+    EXPECT_EQ(text(), report);
+    EXPECT_EQ(status(), failStatus(message));
+  }
+  EXPECT_ANY_THROW(BK_isNetWorkOK(uut_, nullptr));
+}
 
-  // An unreadable flag is reported in the reply but passes.
-  health_["ethernet_ok"] = "1";
-  rewriteHealth();
-  EXPECT_TRUE(BK_isEtherNetOK(uut_, &reply_));
-  EXPECT_EQ(text(), "Can't interpret ethernet_ok value from station_health_check.json file");
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_ETHERNET_NOT_RESPONDING));
-
-  // Without a reply the flag is converted anyway: a missing key throws.
-  health_.removeMember("ethernet_ok");
-  rewriteHealth();
-  EXPECT_ANY_THROW(BK_isEtherNetOK(uut_, nullptr));
-
-  // A passive policy keeps the false verdict but not the fail bit.
-  info_["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
+// A false flag, a stale stamp and an old health file fail; a passive policy
+// keeps the false verdict but not the fail bit.
+TEST_F(HealthProbes, FalseFlagsAndStaleStampsFail) {
   health_["ethernet_ok"] = 0;
+  health_["kssi_last_successful_check"] = 1294998733.5;
+  info_["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = 600;
+  info_["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
   start();
   EXPECT_FALSE(BK_isEtherNetOK(uut_, &reply_));
   EXPECT_EQ(status(), (32u << 20) | BK_MSG_ERROR_ETHERNET_NOT_RESPONDING);
+  EXPECT_FALSE(BK_isKestrelOK(uut_, &reply_));
+  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_KESTREL_NOT_RESPONDING));
+  bk_test::writeFile(bk_test::kHealthPath, "not json at all");  // only its age counts
+  EXPECT_TRUE(BK_isMartenRunning(uut_, &reply_));
+  ageHealthFile();
+  EXPECT_FALSE(BK_isMartenRunning(uut_, &reply_));
+  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_MARTEN_NOT_RUNNING));
 }
 
 TEST_F(HealthProbes, NetworkTimeoutFromTheStationFile) {
@@ -142,72 +125,8 @@ TEST_F(HealthProbes, NetworkTimeoutFromTheStationFile) {
     health_["network_last_successful_check_int"] = lastCheck;
     start();
     EXPECT_EQ(BK_isNetWorkOK(uut_, &reply_), ok);
-    if (ok) {
-      EXPECT_EQ(status(), 0u);
-    } else {
-      EXPECT_GT(secondsIn(text(), "Total time elapsed in secs. [", "]"), 0) << text();
-      EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_NETWORK_NOT_RESPONDING));
-    }
+    EXPECT_EQ(status(), ok ? 0u : failStatus(BK_MSG_ERROR_NETWORK_NOT_RESPONDING));
   }
-  // The agent's own sample writes the key without the second s: it passes
-  // with a report, and throws without a reply.
-  info_["ksinfo"]["NETWORK_NOT_OK_TIMEOUT"] = 60;
-  health_.removeMember("network_last_successful_check_int");
-  start();
-  EXPECT_TRUE(BK_isNetWorkOK(uut_, &reply_));
-  EXPECT_EQ(text(), "Can't interpret network_last_successful_check_int value");
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_NETWORK_NOT_RESPONDING));
-  EXPECT_ANY_THROW(BK_isNetWorkOK(uut_, nullptr));
-}
-
-TEST_F(HealthProbes, KestrelWantsAStampWithAFraction) {
-  health_["kssi_last_successful_check"] = Json::Int64(1294998733);
-  start();
-  EXPECT_TRUE(BK_isKestrelOK(uut_, &reply_));
-  EXPECT_EQ(text(), "Can not interpret kssi_last_successful_check value");
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_KESTREL_NOT_RESPONDING));
-
-  // The same stamp with a fraction is read, and is long stale.
-  health_["kssi_last_successful_check"] = 1294998733.5;
-  rewriteHealth();
-  EXPECT_FALSE(BK_isKestrelOK(uut_, &reply_));
-  EXPECT_GT(secondsIn(text(), "KESTREL_NOT_OK: total time elapsed [", "]"), 0) << text();
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_KESTREL_NOT_RESPONDING));
-}
-
-TEST_F(HealthProbes, MartenJudgesTheAgeOfTheHealthFile) {
-  info_["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = 600;
-  start();
-  // The contents do not matter, only when the agent last wrote the file.
-  bk_test::writeFile(bk_test::kHealthPath, "not json at all");
-  EXPECT_TRUE(BK_isMartenRunning(uut_, &reply_));
-  ageHealthFile();
-  EXPECT_FALSE(BK_isMartenRunning(uut_, &reply_));
-  const long age = secondsIn(text(), "[Station_Health_Check file is [", "] secs. old]");
-  EXPECT_GE(age, 3600) << text();
-  EXPECT_LE(age, 3609) << text();
-  EXPECT_EQ(status(), failStatus(BK_MSG_ERROR_MARTEN_NOT_RUNNING));
-}
-
-// A negative time-out switches the check off, reply untouched, however stale
-// the report; a missing one is converted all the same and throws.
-TEST_F(HealthProbes, KestrelAndMartenTimeoutsOffOrMissing) {
-  info_["ksinfo"]["KSSI_LASTUPDATE_TIMEOUT"] = -1;
-  info_["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = -1;
-  health_["kssi_last_successful_check"] = 1294998733.5;
-  start();
-  ageHealthFile();
-  reply_.setStatus(0x1234);
-  EXPECT_TRUE(BK_isKestrelOK(uut_, &reply_));
-  EXPECT_TRUE(BK_isMartenRunning(uut_, &reply_));
-  EXPECT_EQ(status(), 0x1234u);
-  EXPECT_FALSE(reply_.hasData());
-
-  info_["ksinfo"].removeMember("KSSI_LASTUPDATE_TIMEOUT");
-  info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
-  start();
-  EXPECT_ANY_THROW(BK_isKestrelOK(uut_, &reply_));
-  EXPECT_ANY_THROW(BK_isMartenRunning(uut_, &reply_));
 }
 
 TEST(MartenVersion, ComparesDigitStringsByValue) {
@@ -220,17 +139,14 @@ TEST(MartenVersion, ComparesDigitStringsByValue) {
   for (const auto& [file, ok] : cases) {
     SCOPED_TRACE(file);
     bk_test::writeFile("/tmp/bramble_version", file);
-    std::string read, library = "lib:", required = "req:";
+    std::string read, library, required;
     EXPECT_EQ(BK_checkMartenVersion(&read, &library, &required), ok);
-    EXPECT_EQ(library, read.empty() ? "lib:" : std::string("lib:") + BK_getVersion());
-    EXPECT_EQ(required, read.empty() ? "req:" : "req:3.0.0.0");
   }
   // A missing file is taken as recent enough, and nothing is written.
   remove("/tmp/bramble_version");
   std::string read = "r", library = "l", required = "q";
   EXPECT_TRUE(BK_checkMartenVersion(&read, &library, &required));
   EXPECT_EQ(read + library + required, "rlq");
-  EXPECT_TRUE(BK_checkMartenVersion(nullptr, nullptr, nullptr));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Serial number and version validation: every layout, the exact texts a
-// station sees, the check character, and the fail policy's write into the
+// Serial number and version validation: every layout, the atoi reading of the
+// date fields, the check character, and the fail policy's write into the
 // session.
 #include <gtest/gtest.h>
 
@@ -53,28 +53,29 @@ class SerialNumber : public ::testing::Test {
   CUUT* uut_ = nullptr;
 };
 
-TEST_F(SerialNumber, EveryLayoutIsValidAndNamedInTheLog) {
-  const std::pair<const char*, const char*> layouts[] = {
-      {"C0213ABCDEF", "FG serial number: [C0213ABCDEF]"},
-      {"C0213ABCD1234", "MLB serial number: [C0213ABCD1234]"},
-      {"ABCDEFGH1234", "New 12 digit FG serial number: [ABCDEFGH1234]"},
-      {"ABC2134ABCD1234X", "New 16 digit FG serial number without Checksum: [ABC2134ABCD1234X]"},
-      {"ABC2134ABCD1234XW",
-       "SubAssembly 17 digit serial number with Checksum: [ABC2134ABCD1234XW]"},
-      {"C0213ABCDEF-MPN/RGN",
-       "(probably) a FULL serial number with MPN and RGN (len <= 19): [C0213ABCDEF-MPN/RGN]"},
-      {"C0213ABCDEFMPN123/A+", "Valid Serial number"},
-  };
-  for (const auto& [sn, line] : layouts) EXPECT_EQ(verdict(sn), "") << sn;
-  EXPECT_EQ(verdict("C0213ABCDEF" + std::string(289, '#')), "");  // no upper bound
-  const std::string log = bk_test::readLog();
-  for (const auto& [sn, line] : layouts) EXPECT_GE(bk_test::countLines(log, line), 1u) << line;
-  EXPECT_EQ(bk_test::countLines(log, "Valid Serial number"), 8u);
-  EXPECT_FALSE(uut_->pendingFailure);
-
-  for (size_t length : {0, 1, 10, 14, 15, 18}) {
+TEST_F(SerialNumber, LayoutsByLengthAndPositionRules) {
+  for (const std::string& sn : {"C0213ABCDEF"s, "C0213ABCD1234"s, "ABCDEFGH1234"s,
+                                "ABC2134ABCD1234X"s, "ABC2134ABCD1234XW"s, "C0213ABCDEF-MPN/RGN"s,
+                                "C0213ABCDEFMPN123/A+"s, "C0213ABCDEF" + std::string(289, '#')}) {
+    EXPECT_EQ(verdict(sn), "") << sn;
+  }
+  for (size_t length : {0, 10, 14, 15, 18}) {
     std::string sn(length, '1');
     EXPECT_EQ(verdict(sn), lengthText(sn)) << length;
+  }
+  const std::pair<std::string, const char*> cases[] = {
+      {"-0213ABCDEF", "Plant code position 1 is not alpha-numeric"},
+      {"ABC1EFGH1234", "Year code position 4 is not alpha"},
+      // Chunk texts count from 0, the plant and year texts from 1.
+      {"C0213-BCDEF", "position 5 is not alphanumeric"},
+      {"C0213AB\xE9"
+       "DEF",
+       "position 7 is not alphanumeric"},  // a high-bit byte
+      {"C0213AB\0DEF"s, "position 7 is not alphanumeric"},
+  };
+  for (const auto& [sn, rule] : cases) {
+    // A reply's text is a C string: it ends at a NUL within the number.
+    EXPECT_EQ(verdict(sn), errorText(rule, sn).c_str()) << sn;
   }
 }
 
@@ -93,27 +94,6 @@ TEST_F(SerialNumber, NumericFieldsFollowAtoi) {
   }
   EXPECT_EQ(verdict("ABC213AABCD1234X"),
             errorText("Day is not between 1 and 9", "ABC213AABCD1234X"));
-}
-
-TEST_F(SerialNumber, PositionRulesAndTheirTexts) {
-  const std::pair<std::string, const char*> cases[] = {
-      {"-0213ABCDEF", "Plant code position 1 is not alpha-numeric"},
-      {"AB-DEFGH1234", "Plant code position 3 is not alpha-numeric"},
-      {"ABC1EFGH1234", "Year code position 4 is not alpha"},
-      {"ABCD-FGH1234", "Week code position 1 is not alpha-numeric"},
-      // Chunk texts count from 0, the plant and year texts from 1.
-      {"C0213-BCDEF", "position 5 is not alphanumeric"},
-      {"C0213ABCD123-", "position 12 is not alphanumeric"},
-      {"ABC2134ABCD1234X ", "position 16 is not alphanumeric"},
-      {"C0213AB\xE9"
-       "DEF",
-       "position 7 is not alphanumeric"},  // a high-bit byte
-      {"C0213AB\0DEF"s, "position 7 is not alphanumeric"},
-  };
-  for (const auto& [sn, rule] : cases) {
-    // A reply's text is a C string: it ends at a NUL within the number.
-    EXPECT_EQ(verdict(sn), errorText(rule, sn).c_str()) << sn;
-  }
 }
 
 TEST_F(SerialNumber, CheckCharacterIsAWeightedSumOverTheWholeNumber) {
@@ -155,31 +135,17 @@ TEST_F(SerialNumber, PolicyDecidesThePendingFailureOnly) {
   EXPECT_EQ(uut_->pendingFailureName, active);
 }
 
-TEST_F(SerialNumber, NullReplyIsAGuardThatAnswersTrue) {
+TEST_F(SerialNumber, EntryPointChecksWithoutStoringAndNullReplyAnswersTrue) {
   EXPECT_TRUE(uut_->validateSerialNumber(nullptr, "bad"));
   EXPECT_TRUE(uut_->validateVersion(nullptr, "bad version"));
-  std::string log = bk_test::readLog();
-  EXPECT_EQ(bk_test::countLines(log, "ERROR: NULL apoReply handle passed as a parameter"), 1u);
-  EXPECT_EQ(bk_test::countLines(log, "ERROR: NULL passedInReply handle passed as a parameter"), 1u);
   EXPECT_FALSE(uut_->pendingFailure);
-}
-
-TEST_F(SerialNumber, EntryPointChecksWithoutStoring) {
-  BKReplyHandle reply = BK_validateSerialNumber(nullptr, nullptr);
-  EXPECT_STREQ(BK_reply_getError(reply), "NULL serialNumber handle passed as a parameter");
-  BK_reply_destroy(reply);
-  reply = BK_validateSerialNumber(uut_, "c0213abcdef");
+  BKReplyHandle reply = BK_validateSerialNumber(uut_, "c0213abcdef");
   EXPECT_TRUE(BK_success(reply));
   BK_reply_destroy(reply);
   EXPECT_TRUE(uut_->getSN().empty());
-
   reply = BK_validateSerialNumber(uut_, "C02");
   EXPECT_STREQ(BK_reply_getError(reply), lengthText("C02").c_str());
   BK_reply_destroy(reply);
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(),
-                                "ValidateSerialNumber check just failed for serial number 'C02' "
-                                "because '9'"),
-            1u);
 }
 
 TEST_F(SerialNumber, VersionTakesLettersDigitsPeriodUnderscoreHyphen) {
@@ -197,29 +163,17 @@ TEST_F(SerialNumber, VersionTakesLettersDigitsPeriodUnderscoreHyphen) {
     EXPECT_EQ(failed.getStatus(),
               kStatusFailBit | (BK_MSG_CLASS_API_ERROR << 20) | BK_MSG_ERROR_INVALID_SW_VERSION);
   }
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Software version Number:1.2 3"), 1u);
 }
 
-// The scanners nobody calls yet, and the one for developer attributes.
-TEST(TextScanners, ClassesAndMessages) {
-  auto message = [](void (*scanner)(std::string, unsigned long, unsigned long),
-                    const std::string& text, unsigned long first, unsigned long last) {
-    try {
-      scanner(text, first, last);
-    } catch (BK_SNException_badFormat* e) {
-      std::string text = e->getErrorMessage();
-      delete e;
-      return text;
-    }
-    return std::string();
-  };
-  EXPECT_EQ(message(verifyChunkIsNumericOnly, "12a4", 0, 3), "position 2 is not a number");
-  EXPECT_EQ(message(verifyChunkIsNumericOnly, "12a4", 0, 1), "");  // last is inclusive
-  EXPECT_EQ(message(verifyChunkIsAlphaOnly, "ab1", 0, 2), "position 2 is not a letter");
-  EXPECT_EQ(message(verifyChunkIsAscii, "a\tb", 0, 2), "position 1 is not an acceptable character");
-  // An empty text scanned to the largest position stops at its terminator.
-  EXPECT_EQ(message(verifyChunkIsAscii, "", 0, ULONG_MAX),
-            "position 0 is not an acceptable character");
+// An empty text scanned to the largest position stops at its terminator.
+TEST(TextScanners, StopAtTheEndOfTheText) {
+  try {
+    verifyChunkIsAscii("", 0, ULONG_MAX);
+    FAIL() << "no exception";
+  } catch (BK_SNException_badFormat* e) {
+    EXPECT_EQ(e->getErrorMessage(), std::string("position 0 is not an acceptable character"));
+    delete e;
+  }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Opening, cancelling and freeing sessions, and the lines they leave in the log.
+// Opening, cancelling and freeing sessions.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -24,7 +24,7 @@ bool hasShape(const std::string& text, const std::string& shape) {
   return true;
 }
 
-const char* kUutData = "/vault/data_collection/uut_data/";
+const std::string kUutData = "/vault/data_collection/uut_data/";
 
 bool isDirectory(const std::string& path) {
   struct stat info;
@@ -40,17 +40,13 @@ CUUT* start(const Json::Value& info = bk_test::sampleStationInfo()) {
 }
 
 TEST(SessionStart, RefusedWithoutEitherStationFile) {
-  for (int missing = 0; missing < 2; ++missing) {
+  for (const char* missing : {bk_test::kStationInfoPath, bk_test::kHealthPath}) {
     bk_test::writeStationFiles();
-    remove(missing == 0 ? bk_test::kStationInfoPath : bk_test::kHealthPath);
+    remove(missing);
     UUTHandle handle = reinterpret_cast<UUTHandle>(0x1);
     BKReplyHandle reply = BK_UUTStart(&handle);
     EXPECT_EQ(handle, nullptr);
-    EXPECT_FALSE(BK_success(reply));
     EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0x80000000u);
-    EXPECT_STREQ(BK_reply_getError(reply),
-                 "From BK_UUTStart: Could not create a new CUUT object because "
-                 "ks_station_info.json or station_health_check.json file does not exist");
     BK_reply_destroy(reply);
     EXPECT_FALSE(isDirectory(kUutData));
   }
@@ -59,18 +55,11 @@ TEST(SessionStart, RefusedWithoutEitherStationFile) {
 TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
   Json::Value info = bk_test::sampleStationInfo();
   info["ksinfo"].removeMember("MAC");
-  bk_test::writeStationFiles(info);
-  UUTHandle handle = nullptr;
-  BKReplyHandle reply = BK_UUTStart(&handle);
-  ASSERT_TRUE(BK_success(reply));
-  EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), 0u);
-  BK_reply_destroy(reply);
-
-  CUUT* uut = static_cast<CUUT*>(handle);
+  CUUT* uut = start(info);
+  ASSERT_NE(uut, nullptr);
   const std::string uid = uut->getUID();
   EXPECT_TRUE(hasShape(uid, "99999999-999999.999999-XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX")) << uid;
   EXPECT_TRUE(isDirectory(kUutData + uid));
-  EXPECT_EQ(uut->getPath(), kUutData + uid + "/");
   EXPECT_EQ(uut->getPath(UUT_STATE_DID), kUutData + uid + ".did/");
   EXPECT_EQ(uut->getPath(static_cast<UUTState>(7)), kUutData + uid + ".BAD_UUT_STATE/");
 
@@ -87,10 +76,14 @@ TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
             info["ksinfo"].get("PDATA_TO_SEND_TO_TRAX", "NOTFOUND"));
   EXPECT_EQ(bk_test::readFile("/tmp/bk_version"), "1.1.71");
 
-  const std::string log = bk_test::readLog();
-  EXPECT_EQ(bk_test::countLines(log, "[" + uid + " - BK_UUTStart]: Entering BK_UUTStart"), 1u);
-  EXPECT_EQ(bk_test::countLines(log, "[" + uid + " - BK_UUTStart]: Exiting BK_UUTStart"), 1u);
-  BK_UID_destroy(handle);
+  // Station file changes reach only later sessions; freeing leaves the directory.
+  info["ksinfo"]["STATION_ID"] = "second";
+  CUUT* second = start(info);
+  EXPECT_EQ(second->getRootJson()["test_station_attributes"]["station_id"], "second");
+  EXPECT_EQ(doc["test_station_attributes"]["station_id"], "TSTA_L07_FUNCTIONAL-TEST_1");
+  BK_UID_destroy(second);
+  BK_UID_destroy(uut);
+  EXPECT_TRUE(isDirectory(kUutData + uid));
 }
 
 // A second cancel answers pass at once: the directory is gone, nothing to do.
@@ -105,7 +98,6 @@ TEST(SessionCancel, RemovesTheDirectoryOfTheCurrentStateAndAnswersPassTwice) {
     EXPECT_FALSE(isDirectory(dir));
     EXPECT_FALSE(uut->isUIDValid());
   }
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Canceled UUT at '" + dir + "'"), 2u);
   BK_UID_destroy(uut);
 
   uut = start();
@@ -116,24 +108,17 @@ TEST(SessionCancel, RemovesTheDirectoryOfTheCurrentStateAndAnswersPassTwice) {
   BK_UID_destroy(uut);
 }
 
-TEST(EntryFrame, NullHandlesGetTheBadCallReplyAndNoEntryLine) {
+// The common frame of every entry point: the bad-call reply, an error line
+// with its source position, and no entry line.
+TEST(EntryFrame, NullHandleGetsTheBadCallReplyAndNoEntryLine) {
   CUUT* uut = start();  // loads the policy: message 4 is ACTIVE
-
   BKReplyHandle reply = BK_UUTCancel(nullptr);
-  EXPECT_FALSE(BK_success(reply));
   EXPECT_EQ(static_cast<CBKReply*>(reply)->getStatus(), kStatusFailBit | (1u << 20) | 4);
   EXPECT_STREQ(BK_reply_getError(reply), "NULL UUTHandle handle passed as a parameter");
-  BK_reply_destroy(reply);
-  reply = BK_getJsonResultsObj(nullptr);
-  EXPECT_STREQ(BK_reply_getError(reply), "NULL uutHandle handle passed as a parameter");
-  BK_reply_destroy(reply);
-  reply = BK_setStopTime(nullptr, 0);
-  EXPECT_STREQ(BK_reply_getError(reply), "NULL UUT handle passed as a parameter");
   BK_reply_destroy(reply);
 
   const std::string log = bk_test::readLog();
   EXPECT_EQ(bk_test::countLines(log, "Entering BK_UUTCancel"), 0u);
-  EXPECT_EQ(bk_test::countLines(log, "Exiting BK_UUTCancel"), 0u);
   // An error line: stamp, ": ", source path, "(line) ", function, ": ERROR: ", text.
   const std::string tail = ") BK_UUTCancel: ERROR: NULL UUTHandle handle passed as a parameter\n";
   const size_t end = log.find(tail);
@@ -145,27 +130,10 @@ TEST(EntryFrame, NullHandlesGetTheBadCallReplyAndNoEntryLine) {
   BK_UID_destroy(uut);
 }
 
-TEST(SessionDestroy, RemovesTheSharedStatusFileAndLeavesTheDirectory) {
+TEST(SessionDestroy, RemovesTheSharedStatusFile) {
   bk_test::writeFile("/tmp/sfcstatus", "1 SFC_OK");
   BK_UID_destroy(nullptr);
   EXPECT_FALSE(bk_test::fileExists("/tmp/sfcstatus"));
-
-  CUUT* uut = start();
-  const std::string dir = uut->getPath();
-  BK_UID_destroy(uut);
-  EXPECT_TRUE(isDirectory(dir));
-}
-
-TEST(SessionStart, StationFileChangesReachOnlyLaterSessions) {
-  Json::Value info = bk_test::sampleStationInfo();
-  info["ksinfo"]["STATION_ID"] = "first";
-  CUUT* first = start(info);
-  info["ksinfo"]["STATION_ID"] = "second";
-  CUUT* second = start(info);
-  EXPECT_EQ(first->getRootJson()["test_station_attributes"]["station_id"], "first");
-  EXPECT_EQ(second->getRootJson()["test_station_attributes"]["station_id"], "second");
-  BK_UID_destroy(first);
-  BK_UID_destroy(second);
 }
 
 }  // namespace

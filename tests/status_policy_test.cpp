@@ -9,69 +9,64 @@
 
 namespace {
 
-// Installs a station info file whose lifeline is `lifeline` and reloads it.
-void usePolicy(const Json::Value& lifeline) {
+// Installs a station info file whose lifeline holds `key` (if any) and reloads it.
+void usePolicy(const char* key = nullptr, const Json::Value& value = Json::Value()) {
   Json::Value info = bk_test::sampleStationInfo();
-  info["lifeline"] = lifeline;
+  info["lifeline"] = Json::Value(Json::objectValue);
+  if (key != nullptr) info["lifeline"][key] = value;
   bk_test::writeStationFiles(info);
   getKSInfo()->refresh();
 }
 
-Json::Value policy(const char* key, const Json::Value& value) {
-  Json::Value lifeline(Json::objectValue);
-  lifeline[key] = value;
-  return lifeline;
+TEST(FailPolicy, NothingIsReadBeforeTheFirstRefresh) {
+  // No station file has been loaded in this process: every entry is missing.
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
+  EXPECT_TRUE(BK_isLifelineMessageOFF(1, 4));
 }
 
 TEST(FailPolicy, EntryDecidesActivePassiveOrOff) {
   const unsigned word = (1u << 20) | 4;
-  usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", 1));
+  usePolicy("BK_MSG_ERROR_API_SYNTAX", 1);
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), kStatusFailBit | word);
-
-  usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", 0));
+  usePolicy("BK_MSG_ERROR_API_SYNTAX", 0);
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), word);
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(),
-                                "Forcing a passive fail for error (class: 1 "
-                                "[BK_MSG_CLASS_API_ERROR], messageID: 4 "
-                                "[BK_MSG_ERROR_API_SYNTAX] )"),
-            1u);
-
   // Anything but the integers 0 and 1 switches the fault off, a pass too.
   for (const Json::Value& off : {Json::Value(2), Json::Value(true), Json::Value("1")}) {
-    usePolicy(policy("BK_MSG_ERROR_API_SYNTAX", off));
+    usePolicy("BK_MSG_ERROR_API_SYNTAX", off);
     EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u) << off.toStyledString();
     EXPECT_EQ(BK_buildStatus(BK_PASS, 1, 4), 0u);
   }
-  usePolicy(Json::Value(Json::objectValue));
+  usePolicy();
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
   // A pass under an active entry keeps class and message, without the fail bit.
-  usePolicy(policy("BK_MSG_ERROR_SFC_QUERY_UNIT", 1));
+  usePolicy("BK_MSG_ERROR_SFC_QUERY_UNIT", 1);
   EXPECT_EQ(BK_buildStatus(BK_PASS, 32, 33), (32u << 20) | 33);
 }
 
 TEST(FailPolicy, SignatureAndVersionMessagesCannotBeSoftened) {
   // Message 31 fails even with no entry, or a passive one.
-  usePolicy(Json::Value(Json::objectValue));
+  usePolicy();
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 32, 31), kStatusFailBit | (32u << 20) | 31);
-  usePolicy(policy("BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", 0));
+  usePolicy("BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", 0);
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 32, 31), kStatusFailBit | (32u << 20) | 31);
   EXPECT_FALSE(BK_isLifelineMessageOFF(0, 31));
-
   // Message 3 is never passive, but still switches off without an entry.
-  usePolicy(policy("BK_MSG_ERROR_API_VERSION", 0));
+  usePolicy("BK_MSG_ERROR_API_VERSION", 0);
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 3), kStatusFailBit | (1u << 20) | 3);
-  usePolicy(Json::Value(Json::objectValue));
+  usePolicy();
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 3), 0u);
 }
 
 TEST(FailPolicy, ClassEntriesDecideWhenTheMessageEntryIsOff) {
-  Json::Value lifeline(Json::objectValue);
+  Json::Value info = bk_test::sampleStationInfo();
+  Json::Value& lifeline = info["lifeline"] = Json::Value(Json::objectValue);
   lifeline["BK_MSG_ERROR_FILESYSTEM"] = 2;  // numeric, but OFF
   lifeline["BK_MSG_CLASS_API_ERROR"] = 1;
   lifeline["BK_MSG_CLASS_QUERY"] = 1;
   lifeline["BK_MSG_CLASS_QUERY_RESPONSE"] = 0;
   lifeline["BK_MSG_CLASS_PROCESS_CONTROL"] = 1;
-  usePolicy(lifeline);
+  bk_test::writeStationFiles(info);
+  getKSInfo()->refresh();
   EXPECT_FALSE(BK_isLifelineClassOFF(1, 7));
   EXPECT_TRUE(BK_isLifelineClassOFF(2, 7));
   EXPECT_FALSE(BK_isFailPassive(1, 7));
@@ -86,12 +81,6 @@ TEST(FailPolicy, ClassEntriesDecideWhenTheMessageEntryIsOff) {
   EXPECT_THROW(BK_isFailPassive(1, 4), Json::Exception);
 }
 
-TEST(FailPolicy, NothingIsReadBeforeTheFirstRefresh) {
-  // No station file has been loaded in this process: every entry is missing.
-  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
-  EXPECT_TRUE(BK_isLifelineMessageOFF(1, 4));
-}
-
 TEST(Replies, AccessorsReadTheStatusWordAsStations) {
   CBKReply reply;
   reply.setStatus(kStatusFailBit | (1u << 20) | 4);
@@ -103,23 +92,9 @@ TEST(Replies, AccessorsReadTheStatusWordAsStations) {
   reply.setStatus((32u << 20) | 33);
   EXPECT_TRUE(BK_success(&reply));
   EXPECT_EQ(BK_reply_getClass(&reply), 0u);
-
   EXPECT_EQ(BK_reply_getMessageID(nullptr), 0xffffffffu);
-  EXPECT_EQ(BK_reply_getClass(nullptr), 0u);
-  EXPECT_FALSE(BK_reply_isOfClass(nullptr, 0));
   EXPECT_STREQ(BK_reply_getError(nullptr), "");
-  BK_reply_destroy(nullptr);
   EXPECT_STREQ(BK_getVersion(), "1.1.71");
-}
-
-TEST(Replies, EmptyTextIsReportedOnStandardOutputNotInTheLog) {
-  CBKReply reply;
-  testing::internal::CaptureStdout();
-  EXPECT_STREQ(BK_reply_getError(&reply), "");
-  EXPECT_NE(testing::internal::GetCapturedStdout().find(
-                "Someone is retrieving an empty string from getData()"),
-            std::string::npos);
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "Someone is retrieving"), 0u);
 }
 
 TEST(MessageTables, KeepTheirExactNames) {
@@ -127,9 +102,7 @@ TEST(MessageTables, KeepTheirExactNames) {
   EXPECT_STREQ(BKMessageNumberNames[31], "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE");
   EXPECT_STREQ(BKMessageNumberNames[34], "BK_MSG_ERROR_CANOPY_AMIOKAY");
   EXPECT_STREQ(BKMessageNumberNames[35], "");
-  EXPECT_STREQ(bkClassName(32), "BK_MSG_CLASS_PROCESS_CONTROL");
   EXPECT_STREQ(bkClassName(4), "BK_MSG_CLASS_QUERY");
-  EXPECT_STREQ(BKMessageClassNames[7], "");
 }
 
 }  // namespace

@@ -27,16 +27,13 @@ class UnitProcessChecks : public ::testing::Test {
     uut_ = static_cast<CUUT*>(handle);
     ASSERT_NE(uut_, nullptr);
   }
-
   // As after the attribute intake started the thread `age` seconds ago.
   void threadStarted(time_t age) {
     uut_->attributeSerialNumberCreated = true;
     uut_->sfcQueryUnitThreadCreated = true;
     uut_->timeWhenSFCThreadCreated = time(nullptr) - age;
   }
-
   void respond(const std::string& text) { bk_test::writeFile("/tmp/" + uut_->getUID(), text); }
-
   bool queryOK() { return BK_isSFCQueryUnitOK(uut_, &reply_, nullptr); }
   bool outOfProcess() { return BK_isUnitOutOfProcess(uut_, &reply_, nullptr); }
   std::string text() { return reply_.getData(); }
@@ -45,62 +42,36 @@ class UnitProcessChecks : public ::testing::Test {
   CBKReply reply_;
 };
 
-TEST_F(UnitProcessChecks, EarlyAnswersPass) {
+// Feature off, no serial number, no thread, a timeout that is not an integer:
+// all pass, and nothing is out of process.
+TEST_F(UnitProcessChecks, EarlyCallsPass) {
   start("OFF");
   EXPECT_TRUE(queryOK());
-  EXPECT_EQ(text(), "SFC_QUERY_UNIT_ON_OFF feature is OFF in the ks_station_info.json");
   EXPECT_FALSE(outOfProcess());
-  EXPECT_EQ(text(), "OUT_OF_PROCESS feature is OFF in the ks_station_info.json");
-
   start("ON");
   EXPECT_TRUE(queryOK());
-  EXPECT_EQ(text(), "BK_AMIOkay/BK_isSFCQueryUnitOK API called before adding serial number");
-  uut_->attributeSerialNumberCreated = true;  // but no thread could be created
+  uut_->attributeSerialNumberCreated = true;
   EXPECT_TRUE(queryOK());
-  EXPECT_EQ(text(), "BK_AMIOkay/BK_isSFCQueryUnitOK API called before the sfc thread was created");
   EXPECT_FALSE(outOfProcess());
-  EXPECT_EQ(text(), "SFC Status file does not exist, too early to call api:");
   EXPECT_EQ(reply_.getStatus(), 0u);
-
-  // A timeout that is not an integer: no action, file or not.
   start("ON", "15");
   threadStarted(100);
   respond("No response from SFC");
   EXPECT_TRUE(queryOK());
-  EXPECT_EQ(text(),
-            "BK_AMIOkay/BK_isSFCQueryUnitOK: Can not get valid value for SFC_TIMEOUT from "
-            "ks_station_info.json file, no action");
 }
 
 TEST_F(UnitProcessChecks, WithoutFileTheTimeoutDecides) {
   threadStarted(0);
   EXPECT_TRUE(queryOK());
-  EXPECT_EQ(text(), "BK_AMIOkay/BK_isSFCQueryUnitOK: No action, still within the SFC_TIME_OUT");
-
   threadStarted(20);
   time_t created = uut_->timeWhenSFCThreadCreated;
   EXPECT_FALSE(queryOK());
-  std::string expected = "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC_QUERY_UNIT: timeNow[" +
-                         std::to_string(created + 20) + "] - timeWhenSFCThreadCreated [" +
-                         std::to_string(created) +
-                         "] = [20] > SFC_TIMEOUT [15] and response file does not exist";
-  EXPECT_EQ(text(), expected);
+  EXPECT_EQ(text(), "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC_QUERY_UNIT: timeNow[" +
+                        std::to_string(created + 20) + "] - timeWhenSFCThreadCreated [" +
+                        std::to_string(created) +
+                        "] = [20] > SFC_TIMEOUT [15] and response file does not exist");
   EXPECT_EQ(reply_.getStatus(),
             kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) | BK_MSG_ERROR_SFC_QUERY_UNIT);
-  // Logged as an error before and after the reply is filled.
-  EXPECT_EQ(bk_test::countLines(bk_test::readLog(), "ERROR: " + expected), 2u);
-
-  // Exactly at the limit still passes.  Retried if the clock ticks meanwhile.
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    time_t before = time(nullptr);
-    threadStarted(15);
-    bool ok = queryOK();
-    if (time(nullptr) != before) continue;
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(text(), "We should never get here ??");
-    break;
-  }
-
   // A limit of 0 is not replaced here: one second on, the check fails.
   start("ON", 0);
   threadStarted(1);
@@ -113,46 +84,29 @@ TEST_F(UnitProcessChecks, FileFirstLineDecidesWhateverItsAge) {
   EXPECT_TRUE(queryOK());
   EXPECT_EQ(text(), "Response=0 SFC_OK unit_process_check=OK,");
   EXPECT_FALSE(outOfProcess());
-  EXPECT_EQ(text(), "UNIT PROCESS CHECK OK");
-
   for (const char* answer : {"1 SFC_ERROR busy", ""}) {
     respond(answer);
     EXPECT_TRUE(queryOK()) << answer;
     EXPECT_EQ(text(), answer);
     EXPECT_FALSE(outOfProcess()) << answer;
   }
-
   respond("Response=1 No response from SFC,");
   EXPECT_FALSE(queryOK());
-  EXPECT_EQ(text(),
-            "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC Status response file found, checking valid or "
-            "invalid.SFC_QUERY_UNIT [No response from SFC]");
 }
 
 TEST_F(UnitProcessChecks, OutOfProcessLineIsCutByPositionPlus17) {
-  const unsigned outStatus =
-      kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) | BK_MSG_ERROR_UNIT_OUT_OF_PROCESS;
   respond("Response=0 SFC_OK UNIT OUT OF PROCESS: go to FCT-2,");
   EXPECT_TRUE(outOfProcess());
   EXPECT_EQ(text(), " UNIT OUT OF PROCESS: go to FCT-2,");
-  EXPECT_EQ(reply_.getStatus(), outStatus);
-
+  EXPECT_EQ(reply_.getStatus(), kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) |
+                                    BK_MSG_ERROR_UNIT_OUT_OF_PROCESS);
   // Found at 3, the cut removes 3 + 17 characters from there.
   respond("ab Response=0 SFC_OK UNIT_OUT_OF_PROCESS go to FCT-2,");
   EXPECT_TRUE(outOfProcess());
   EXPECT_EQ(text(), "ab IT_OUT_OF_PROCESS go to FCT-2,");
-
   respond("UNIT_OUT_OF_PROCESS without the usual prefix");
   EXPECT_TRUE(outOfProcess());
   EXPECT_EQ(text(), "UNIT_OUT_OF_PROCESS without the usual prefix");
-}
-
-TEST_F(UnitProcessChecks, BadCallsFailQuietly) {
-  EXPECT_FALSE(BK_isSFCQueryUnitOK(nullptr, &reply_, nullptr));
-  EXPECT_EQ(text(), "NULL UUTHandle handle passed as a parameter");
-  EXPECT_FALSE(BK_isUnitOutOfProcess(nullptr, &reply_, nullptr));
-  EXPECT_FALSE(BK_isSFCQueryUnitOK(uut_, nullptr, nullptr));
-  EXPECT_FALSE(BK_isUnitOutOfProcess(uut_, nullptr, nullptr));
 }
 
 }  // namespace
