@@ -1,16 +1,15 @@
 // Log rotation by size and pruning of old copies by age.
-#include <dirent.h>
 #include <gtest/gtest.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
 #include "foundation/LogHousekeeping.h"
 #include "foundation/StationFiles.h"
-#include "interface/Bramblekit.h"
-#include "support/TestSupport.h"
+#include "support/SessionRun.h"
 
 using namespace bk_test;
 
@@ -20,12 +19,10 @@ const char* const kRotated = "/vault/rotate-me.log";
 
 std::vector<std::string> rotatedCopies() {
   std::vector<std::string> names;
-  DIR* dir = opendir("/vault/");
-  while (dirent* entry = readdir(dir)) {
-    std::string name = entry->d_name;
+  for (const auto& entry : std::filesystem::directory_iterator("/vault/")) {
+    std::string name = entry.path().filename();
     if (name.find("Bramblekit-") != std::string::npos) names.push_back(name);
   }
-  closedir(dir);
   return names;
 }
 
@@ -38,9 +35,12 @@ void useSettings(const Json::Value& rotateSize, const Json::Value& maximumAge) {
   getKSInfo()->refresh();
 }
 
-void makeFileOfSize(const std::string& path, off_t size) {
-  writeFile(path, "start of the log\n");
-  ASSERT_EQ(truncate(path.c_str(), size), 0);
+// Rotates a log of `size` bytes; gives the number of copies afterwards.
+size_t rotateOfSize(off_t size) {
+  writeFile(kRotated, "start of the log\n");
+  EXPECT_EQ(truncate(kRotated, size), 0);
+  Util_rotateLog(kRotated);
+  return rotatedCopies().size();
 }
 
 // A file of `name` under /vault/, last modified `seconds` ago.
@@ -56,39 +56,27 @@ void writeAged(const std::string& name, long seconds) {
 
 TEST(LogRotation, AtTheLimitCopiedAndEmptiedOneByteLessLeftAlone) {
   useSettings(1000, Json::Value());
-  makeFileOfSize(kRotated, 999);
-  Util_rotateLog(kRotated);
-  EXPECT_TRUE(rotatedCopies().empty());
-
-  makeFileOfSize(kRotated, 1000);
-  const std::string before = readFile(kRotated);
-  Util_rotateLog(kRotated);
-  std::vector<std::string> copies = rotatedCopies();
-  ASSERT_EQ(copies.size(), 1u);
+  EXPECT_EQ(rotateOfSize(999), 0u);
+  ASSERT_EQ(rotateOfSize(1000), 1u);
+  const std::string copy = rotatedCopies()[0];
   // "Bramblekit-", a stamp of 8 digits, "-", 6 digits, ".", 6 digits, ".log".
-  ASSERT_EQ(copies[0].size(), 37u) << copies[0];
-  EXPECT_EQ(copies[0].substr(0, 11) + copies[0].substr(33), "Bramblekit-.log");
-  const std::string stamp = copies[0].substr(11, 22);
+  ASSERT_EQ(copy.size(), 37u) << copy;
+  EXPECT_EQ(copy.substr(0, 11) + copy.substr(33), "Bramblekit-.log");
+  const std::string stamp = copy.substr(11, 22);
   EXPECT_EQ(stamp.find_first_not_of("0123456789-."), std::string::npos) << stamp;
   EXPECT_TRUE(stamp[8] == '-' && stamp[15] == '.') << stamp;
-  EXPECT_EQ(readFile("/vault/" + copies[0]), before);
+  EXPECT_EQ(readFile("/vault/" + copy), std::string("start of the log\n") + std::string(983, '\0'));
   EXPECT_EQ(readFile(kRotated).size(), 0u);
 
   Util_rotateLog("/vault/absent.log");  // nothing to do, no lock left held
-  makeFileOfSize(kRotated, 2000);
-  Util_rotateLog(kRotated);
-  EXPECT_EQ(rotatedCopies().size(), 2u);
+  EXPECT_EQ(rotateOfSize(2000), 2u);
 }
 
 TEST(LogRotation, DefaultOf50MiBForAWrongTypeOrNoStationFile) {
   for (bool withStationFile : {false, true}) {
     if (withStationFile) useSettings("1000", Json::Value());
-    makeFileOfSize(kRotated, 52428799);
-    Util_rotateLog(kRotated);
-    EXPECT_TRUE(rotatedCopies().empty());
-    makeFileOfSize(kRotated, 52428800);
-    Util_rotateLog(kRotated);
-    ASSERT_EQ(rotatedCopies().size(), 1u);
+    EXPECT_EQ(rotateOfSize(52428799), 0u);
+    ASSERT_EQ(rotateOfSize(52428800), 1u);
     unlink(("/vault/" + rotatedCopies()[0]).c_str());
   }
 }
@@ -100,11 +88,10 @@ TEST(LogPruning, OldCopiesGoTheLiveLogAndNewOnesStay) {
   writeAged("Bramblekit-new.log", 50);
   writeAged("Bramblekit.log", 1000);
   Util_deleteLogs("/vault/");
-  EXPECT_FALSE(fileExists("/vault/Bramblekit-old.log"));
-  EXPECT_FALSE(fileExists("/vault/x-Bramblekit-old.txt"));
-  EXPECT_TRUE(fileExists("/vault/Bramblekit-new.log"));
-  EXPECT_TRUE(fileExists("/vault/Bramblekit.log"));
   Util_deleteLogs("/vault/absent/");  // no directory: nothing happens
+  EXPECT_FALSE(fileExists("/vault/Bramblekit-old.log") ||
+               fileExists("/vault/x-Bramblekit-old.txt"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit-new.log") && fileExists("/vault/Bramblekit.log"));
 
   // A wrong type means 30 days.
   useSettings(Json::Value(), "100");
@@ -112,8 +99,7 @@ TEST(LogPruning, OldCopiesGoTheLiveLogAndNewOnesStay) {
   writeAged("Bramblekit-b.log", 2592000 - 100);
   Util_deleteLogs("/vault/");
   EXPECT_FALSE(fileExists("/vault/Bramblekit-a.log"));
-  EXPECT_TRUE(fileExists("/vault/Bramblekit-b.log"));
-  EXPECT_TRUE(fileExists("/vault/Bramblekit-new.log"));
+  EXPECT_TRUE(fileExists("/vault/Bramblekit-b.log") && fileExists("/vault/Bramblekit-new.log"));
 }
 
 TEST(LogHousekeeping, FreeingASessionRotatesAndPrunes) {
@@ -122,12 +108,9 @@ TEST(LogHousekeeping, FreeingASessionRotatesAndPrunes) {
   info["ksinfo"]["REMOVE_OTTER_LOG_OLDER_THAN"] = 100;
   writeStationFiles(info);
   writeAged("Bramblekit-stale.log", 500);
-  UUTHandle handle = nullptr;
-  BKReplyHandle reply = BK_UUTStart(&handle);
-  ASSERT_TRUE(BK_success(reply));
-  BK_reply_destroy(reply);
+  CUUT* uut = startSession();
   ASSERT_GE(readLog().size(), 200u);  // the start alone logs more than that
-  BK_UID_destroy(handle);
+  BK_UID_destroy(uut);
   EXPECT_FALSE(fileExists("/vault/Bramblekit-stale.log"));
   EXPECT_EQ(rotatedCopies().size(), 1u);
   EXPECT_LT(readLog().size(), 200u);

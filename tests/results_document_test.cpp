@@ -31,53 +31,32 @@ std::string complaint(void (*scanner)(const std::string&, size_t, size_t),
   }
 }
 
-// Value alphabets are covered through BK_addResult; these are the texts the
-// log carries and the checks only the results file uses.
-TEST(ValueScannersTest, ComplaintsNameTheFirstBadPositionFromOne) {
-  EXPECT_EQ(complaint(verifySetValueNumericPlusPeriod, "1,5"),
-            "1,5: Illegal characters @position 2 is not a valid numeric value");
+// Value alphabets are covered through BK_addResult; these are the checks only
+// the results file uses.
+TEST(ValueScannersTest, FirstBadPositionCountsFromOneAndAnEmptyTextFails) {
   EXPECT_EQ(complaint(verifyDateTimeStamp, "12:3x"),
             "12:3x: Illegal characters @position 5 is not a valid numeric value");
-  EXPECT_EQ(complaint(verifyStationID, "ab c"),
-            "verifyStationIDab c: Illegal characters @position 3 is not alphanumeric or _");
   // An empty text meets its terminator at once.
   EXPECT_EQ(complaint(verifyStationID, ""),
             "verifyStationID: Illegal characters @position 1 is not alphanumeric or _");
   EXPECT_NO_THROW(verifySetValueNumericPlusPeriod("x12y", 1, 2));  // only the range
-
-  EXPECT_TRUE(validateDateTimeStampVal("99:99- 2010"));  // order is never looked at
+  EXPECT_TRUE(validateDateTimeStampVal("99:99- 2010"));            // order is never looked at
   EXPECT_FALSE(validateDateTimeStampVal(""));
   EXPECT_TRUE(validateStationIDVal("TSTA_L07-FCT.1"));
-  EXPECT_FALSE(validateTestSpecVal("1,5"));
   EXPECT_FALSE(validateStationIDVal("a b"));
-  const std::string log = readLog();
-  EXPECT_EQ(countLines(log, "1,5: Illegal characters"), 1u);
-  EXPECT_EQ(countLines(log, ": ERROR: validateStationIDValverifyStationIDa b: Illegal"), 1u);
 }
 
 // A finished document as commit writes it, before signing.
 Json::Value finishedDocument() {
-  Json::Value doc(Json::objectValue);
-  doc["blobs"] = Json::Value(Json::arrayValue);
-  Json::Value result(Json::objectValue);
-  result["test"] = "T";
-  result["result"] = "NA";
-  doc["results"].append(result);
-  Json::Value& session = doc["test_attributes"];
-  session["uut_start"] = "2024-01-02 03:04:05";
-  session["uut_stop"] = "2024-01-02 03:05:06";
-  session["unit_serial_number"] = "C0212ABCDEF";
-  session["test_result"] = "PASS";
-  session["pdata_not_sent_to_trax"] = Json::Value(Json::arrayValue);
-  session["signature_version"] = "1";
-  Json::Value& station = doc["test_station_attributes"];
-  station["bk_version"] = "1.1.71";
-  station["station_id"] = "TSTA_L07_FCT_1";
-  station["mac_addr"] = "ff:ff:ff:ff:ff:ff";
-  station["station_name"] = "FCT";
-  station["limits_version"] = "L-9";
-  station["software_name"] = "sw";
-  station["software_version"] = "4.2";
+  Json::Value doc;
+  Json::Reader().parse(R"({"blobs": [], "results": [{"test": "T", "result": "NA"}],
+      "test_attributes": {"uut_start": "2024-01-02 03:04:05", "uut_stop": "2024-01-02 03:05:06",
+        "unit_serial_number": "C0212ABCDEF", "test_result": "PASS",
+        "pdata_not_sent_to_trax": [], "signature_version": "1"},
+      "test_station_attributes": {"bk_version": "1.1.71", "station_id": "TSTA_L07_FCT_1",
+        "mac_addr": "ff:ff:ff:ff:ff:ff", "station_name": "FCT", "limits_version": "L-9",
+        "software_name": "sw", "software_version": "4.2"}})",
+                       doc);
   return doc;
 }
 
@@ -90,7 +69,6 @@ void writeDocument(const Json::Value& doc) {
 TEST(VerifyResultsTest, FinishedDocumentPassesAndEachCheckFailsWithItsOwnLine) {
   writeDocument(finishedDocument());
   EXPECT_TRUE(Util_verify_results_json(kResultsPath));
-  EXPECT_EQ(countLines(readLog(), "Total test results objs found [1]"), 1u);
   // The signature version is named in a line but never demanded.
   Json::Value lax = finishedDocument();
   lax["test_attributes"]["signature_version"] = "";
@@ -139,19 +117,12 @@ TEST(VerifyResultsTest, FinishedDocumentPassesAndEachCheckFailsWithItsOwnLine) {
     EXPECT_FALSE(Util_verify_results_json(kResultsPath)) << line;
     EXPECT_EQ(countLines(readLog(), line), before + 1) << line;
   }
-}
 
-TEST(VerifyResultsTest, UnreadableInputFailsWithoutThrowing) {
+  // Unreadable input fails without throwing.
   EXPECT_FALSE(Util_verify_results_json(nullptr));
-  EXPECT_EQ(countLines(readLog(),
-                       "invalid path or file name or file does not exist to verify "
-                       "results json file"),
-            1u);
   EXPECT_FALSE(Util_verify_results_json("/vault/no/such/results.json"));
   writeFile(kResultsPath, "{ \"results\": [ ");
   EXPECT_FALSE(Util_verify_results_json(kResultsPath));
-  EXPECT_EQ(
-      countLines(readLog(), "Could not parse results json file, see Bramblekit.log for error"), 2u);
 }
 
 // Sample station files written on a new station, then a session's document
@@ -161,9 +132,6 @@ TEST(StationFileWritersTest, SamplesMakeAUsablePairAndTheDocumentRendersWithTabs
   std::filesystem::remove_all(kStationConfigDir);
   CreateStationInfoFile();
   CreateStationHealthFile();
-  std::string log = readLog();
-  EXPECT_EQ(countLines(log, std::string("creating file '") + kStationInfoPath + "'"), 1u);
-  EXPECT_EQ(countLines(log, std::string("creating file '") + kHealthPath + "'"), 1u);
 
   const std::string info = readFile(kStationInfoPath);
   Json::Value parsed;
@@ -171,7 +139,6 @@ TEST(StationFileWritersTest, SamplesMakeAUsablePairAndTheDocumentRendersWithTabs
   EXPECT_EQ(parsed.getMemberNames().size(), 4u);  // unsigned
   EXPECT_EQ(parsed["ksinfo"].size(), 39u);
   EXPECT_EQ(parsed["lifeline"].size(), 16u);
-  EXPECT_EQ(parsed["controlbits"]["CONTROL_BITS_STATION_NAMES"][4], "station-5");
   // Written in this order, one member a line, no blank around the colon.
   EXPECT_EQ(info.rfind("{\n\t\"ksinfo\":{\n\t\t\"SITE\":\"", 0), 0u) << info;
   EXPECT_LT(info.find("\"lifeline\""), info.find("\"swversions\""));
@@ -182,7 +149,6 @@ TEST(StationFileWritersTest, SamplesMakeAUsablePairAndTheDocumentRendersWithTabs
   EXPECT_EQ(parsed.size(), 13u);
   EXPECT_TRUE(parsed.isMember("network_last_sucessful_check_int"));
   EXPECT_TRUE(parsed.isMember("kssi_last_sucessful_check"));
-  EXPECT_EQ(parsed["kssi_last_check_timestamp"], "blue");
 
   CUUT* uut = startSession();
   ASSERT_NE(uut, nullptr);
