@@ -1,44 +1,23 @@
 // The am-I-okay sequence: checks in order, the first failure ends it, and the
 // pending failure it leaves for done and commit.
 #include <gtest/gtest.h>
-#include <time.h>
-#include <utime.h>
 
 #include <string>
 
-#include "support/SessionRun.h"
+#include "support/StationSession.h"
 
 namespace {
 
-class AmIOkay : public ::testing::Test {
+class AmIOkay : public bk_test::StationSession {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
     info_ = bk_test::readyStationInfo();
-    health_ = bk_test::sampleHealth();
+    signed_ = true;
   }
-  void TearDown() override {
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-  }
-  void start(bool signedFiles = true) {
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-    if (signedFiles) bk_test::writeReadyStation(info_, health_);
-    if (!signedFiles) bk_test::writeStationFiles(info_, health_);
-    uut_ = bk_test::startSession();
-    ASSERT_NE(uut_, nullptr);
-  }
-  // Runs the sequence and keeps what the log gained meanwhile.
   bk_test::Answer run(const char* serialNumber) {
-    const size_t logBefore = bk_test::readLog().size();
-    bk_test::Answer answer = bk_test::answerOf(BK_amIOkay(uut_, serialNumber));
-    log_ = bk_test::readLog().substr(logBefore);
-    return answer;
-  }
-  bool logged(const std::string& text) const { return log_.find(text) != std::string::npos; }
-  void makeHealthFileOld() {
-    const time_t old = time(nullptr) - 3600;
-    struct utimbuf times = {old, old};
-    ASSERT_EQ(utime(bk_test::kHealthPath, &times), 0);
+    markLog();
+    return bk_test::answerOf(BK_amIOkay(uut_, serialNumber));
   }
   // The pending failure the sequence left, as name, detail and message.
   void expectPending(bool active, const std::string& name, const std::string& detail,
@@ -49,11 +28,6 @@ class AmIOkay : public ::testing::Test {
     EXPECT_EQ(uut_->pendingFailureDetail, detail);
     EXPECT_EQ(uut_->pendingFailureMessage, message);
   }
-
-  Json::Value info_;
-  Json::Value health_;
-  CUUT* uut_ = nullptr;
-  std::string log_;
 };
 
 TEST_F(AmIOkay, CleanRunsWithAndWithoutSerialNumber) {
@@ -67,13 +41,17 @@ TEST_F(AmIOkay, CleanRunsWithAndWithoutSerialNumber) {
   EXPECT_TRUE(bk_test::answered(run(bk_test::kSerial), true, 0u, "FATAL ERROR FOUND: NONE"));
   EXPECT_TRUE(logged("UNIT_OUT_OF_PROCESS OK"));  // the last check ran
   EXPECT_FALSE(uut_->pendingFailure);
+  info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
+  start();
+  EXPECT_ANY_THROW(BK_amIOkay(uut_, nullptr));  // a probe's exception reaches the caller
 }
 
 TEST_F(AmIOkay, BadSignatureEndsTheSequenceBeforeTheHealthChecks) {
   info_["ksinfo"]["MARTEN_NOT_RUNNING_TIMEOUT"] = 10;
   info_["lifeline"]["BK_MSG_ERROR_MARTEN_NOT_RUNNING"] = 0;
-  start(/*signedFiles=*/false);
-  makeHealthFileOld();
+  signed_ = false;
+  start();
+  ageHealthFile();
   bk_test::Answer answer = run(bk_test::kSerial);
   EXPECT_FALSE(answer.success);
   expectPending(true, "Signature  NOT OK [ACTIVE]:", answer.text,
@@ -118,7 +96,7 @@ TEST_F(AmIOkay, StationFaultsFollowThePolicy) {
       info_["lifeline"][fault.policyKey] = policy;
       fault.breakStation(info_, health_);
       start();
-      if (fault.oldHealthFile) makeHealthFileOld();
+      if (fault.oldHealthFile) ageHealthFile();
 
       bk_test::Answer answer = run(bk_test::kSerial);
       const bool active = policy == 1;
@@ -151,17 +129,15 @@ TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
   }
 }
 
-TEST_F(AmIOkay, ShopFloorTimeoutWithoutAnswerFailsStepSeven) {
+// A unit check started long ago that never answered.
+TEST_F(AmIOkay, ShopFloorTimeoutUsesTheSequencesOwnLabel) {
   info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
   start();
-  // As if the unit check had started long ago and never answered.
-  uut_->attributeSerialNumberCreated = true;
-  uut_->sfcQueryUnitThreadCreated = true;
+  uut_->attributeSerialNumberCreated = uut_->sfcQueryUnitThreadCreated = true;
   uut_->timeWhenSFCThreadCreated = time(nullptr) - 100;
-  bk_test::Answer answer = run(bk_test::kSerial);
+  const bk_test::Answer answer = run(bk_test::kSerial);
   EXPECT_FALSE(answer.success);
-  EXPECT_EQ(uut_->pendingFailureName, "SFC_QUERY_UNIT: [ACTIVE] ");
-  EXPECT_EQ(uut_->pendingFailureDetail, answer.text);
+  expectPending(true, "SFC_QUERY_UNIT: [ACTIVE] ", answer.text, answer.text);
   EXPECT_FALSE(logged("UNIT_OUT_OF_PROCESS OK"));
 }
 
@@ -181,22 +157,6 @@ TEST_F(AmIOkay, OutOfProcessAnswerIsTrimmedToItsReason) {
     EXPECT_FALSE(run(bk_test::kSerial).success);
     expectPending(true, "UNIT_OUT_OF_PROCESS [ACTIVE]: ", reason, reason);
   }
-}
-
-TEST_F(AmIOkay, LaterCleanRunLeavesAnEarlierFailure) {
-  info_["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
-  health_["ethernet_ok"] = 0;
-  start();
-  const bk_test::Answer failed = run(nullptr);
-  EXPECT_TRUE(failed.success);
-  health_["ethernet_ok"] = 1;
-  bk_test::writeSignedStationFiles(info_, health_);
-  EXPECT_TRUE(run(nullptr).success);
-  expectPending(false, "Ethernet UNPLUGGED: [PASSIVE] ", failed.text, failed.text);
-
-  info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
-  start();
-  EXPECT_ANY_THROW(BK_amIOkay(uut_, nullptr));  // a probe's exception reaches the caller
 }
 
 }  // namespace

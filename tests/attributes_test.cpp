@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "support/SessionRun.h"
+#include "support/StationSession.h"
 
 namespace {
 
@@ -15,36 +15,20 @@ const std::string kBadSerialText =
     "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, "
     "FULL) [ 123 ]";
 
-class Attributes : public ::testing::Test {
+class Attributes : public bk_test::StationSession {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
+    info_ = bk_test::readyStationInfo();
+    signed_ = true;
   }
-  void TearDown() override {
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-  }
-  void start() {
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-    bk_test::writeReadyStation(info_);
-    uut_ = bk_test::startSession();
-    ASSERT_NE(uut_, nullptr);
-  }
-  // Adds one attribute and keeps what the log gained meanwhile.
   bk_test::Answer add(const char* name, const char* value, bool nullHandle = false) {
-    const size_t logBefore = bk_test::readLog().size();
-    bk_test::Answer answer =
-        bk_test::answerOf(BK_addAttribute(nullHandle ? nullptr : uut_, name, value));
-    log_ = bk_test::readLog().substr(logBefore);
-    return answer;
+    markLog();
+    return bk_test::answerOf(BK_addAttribute(nullHandle ? nullptr : uut_, name, value));
   }
-  bool logged(const std::string& text) const { return log_.find(text) != std::string::npos; }
   const Json::Value& doc() { return uut_->getRootJson(); }
   const Json::Value& station() { return doc()["test_station_attributes"]; }
   const Json::Value& dev() { return doc()["uut_attributes"]; }
-
-  Json::Value info_ = bk_test::readyStationInfo();
-  CUUT* uut_ = nullptr;
-  std::string log_;
 };
 
 TEST_F(Attributes, BadCallsAreRefusedBeforeAnythingIsStored) {

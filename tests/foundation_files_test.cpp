@@ -37,13 +37,6 @@ TEST(StationFiles, MissingKeysSectionsAndBrokenFiles) {
   unlink(bk_test::kStationInfoPath);
   info->refresh();  // a vanished file keeps the last good contents
   EXPECT_EQ(info->getValueFor("ksinfo", "A"), "new");
-
-  // A plain config file keeps the first of a key, and colons in values.
-  bk_test::writeFile("/tmp/plain.cfg", "# comment\nKEY:first\nKEY:second\nURL:http://x:80\nnone\n");
-  CBKConfigFile file("/tmp/plain.cfg");
-  EXPECT_EQ(file.refresh(), 1);
-  EXPECT_EQ(file.getValueFor("KEY"), "first");
-  EXPECT_EQ(file.getValueFor("URL"), "http://x:80");
 }
 
 TEST(Directories, CreateReportsWhatItMadeAndDeleteLeavesLinksAndFiles) {
@@ -76,18 +69,6 @@ TEST(FileCopies, CheckSizesRefuseSelfCopiesAndSkipLinks) {
   EXPECT_EQ(bk_test::readFile("/tmp/copy/sub/b"), "22");
   EXPECT_FALSE(bk_test::fileExists("/tmp/copy/link"));
   EXPECT_FALSE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/tree", true));
-}
-
-TEST(FileRename, RetriesThreeTimesThenThrows) {
-  bk_test::writeFile("/tmp/r1", "x");
-  EXPECT_TRUE(Util_fileRename("/tmp/r1", "/tmp/r2"));
-  EXPECT_TRUE(bk_test::fileExists("/tmp/r2"));
-  try {
-    Util_fileRename("/tmp/missing", "/tmp/r3");
-    FAIL() << "no exception";
-  } catch (const char* text) {
-    EXPECT_STREQ(text, "Can not rename the file after 3 tries");
-  }
 }
 
 TEST(OutputFiles, OpenMakesParentsAndTruncates) {

@@ -6,26 +6,17 @@
 #include <string>
 
 #include "interface/Status.h"
-#include "session/UUT.h"
-#include "support/TestSupport.h"
+#include "support/StationSession.h"
 
 namespace {
 
-class UnitProcessChecks : public ::testing::Test {
+class UnitProcessChecks : public bk_test::StationSession {
  protected:
-  void SetUp() override { start(); }
-  void TearDown() override { BK_UID_destroy(uut_); }
-
-  void start(const std::string& feature = "ON", const Json::Value& timeout = 15) {
-    if (uut_ != nullptr) BK_UID_destroy(uut_);
-    Json::Value info = bk_test::sampleStationInfo();
-    info["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = feature;
-    info["ksinfo"]["SFC_TIMEOUT"] = timeout;
-    bk_test::writeStationFiles(info);
-    UUTHandle handle = nullptr;
-    BK_reply_destroy(BK_UUTStart(&handle));
-    uut_ = static_cast<CUUT*>(handle);
-    ASSERT_NE(uut_, nullptr);
+  void SetUp() override { restart(); }
+  void restart(const std::string& feature = "ON", const Json::Value& timeout = 15) {
+    info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = feature;
+    info_["ksinfo"]["SFC_TIMEOUT"] = timeout;
+    start();
   }
   // As after the attribute intake started the thread `age` seconds ago.
   void threadStarted(time_t age) {
@@ -38,23 +29,20 @@ class UnitProcessChecks : public ::testing::Test {
   bool outOfProcess() { return BK_isUnitOutOfProcess(uut_, &reply_, nullptr); }
   std::string text() { return reply_.getData(); }
 
-  CUUT* uut_ = nullptr;
   CBKReply reply_;
 };
 
 // Feature off, no serial number, no thread, a timeout that is not an integer:
 // all pass, and nothing is out of process.
 TEST_F(UnitProcessChecks, EarlyCallsPass) {
-  start("OFF");
-  EXPECT_TRUE(queryOK());
-  EXPECT_FALSE(outOfProcess());
-  start("ON");
   EXPECT_TRUE(queryOK());
   uut_->attributeSerialNumberCreated = true;
   EXPECT_TRUE(queryOK());
   EXPECT_FALSE(outOfProcess());
-  EXPECT_EQ(reply_.getStatus(), 0u);
-  start("ON", "15");
+  restart("OFF");
+  EXPECT_TRUE(queryOK());
+  EXPECT_FALSE(outOfProcess());
+  restart("ON", "15");
   threadStarted(100);
   respond("No response from SFC");
   EXPECT_TRUE(queryOK());
@@ -73,7 +61,7 @@ TEST_F(UnitProcessChecks, WithoutFileTheTimeoutDecides) {
   EXPECT_EQ(reply_.getStatus(),
             kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) | BK_MSG_ERROR_SFC_QUERY_UNIT);
   // A limit of 0 is not replaced here: one second on, the check fails.
-  start("ON", 0);
+  restart("ON", 0);
   threadStarted(1);
   EXPECT_FALSE(queryOK());
 }
