@@ -1,8 +1,10 @@
 // Log rotation by size and pruning of old copies by age.
 #include <gtest/gtest.h>
-#include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -45,13 +47,9 @@ size_t rotateOfSize(off_t size) {
 
 // A file of `name` under /vault/, last modified `seconds` ago.
 void writeAged(const std::string& name, long seconds) {
-  const std::string path = "/vault/" + name;
-  writeFile(path, name);
-  timeval times[2];
-  gettimeofday(&times[0], nullptr);
-  times[0].tv_sec -= seconds;
-  times[1] = times[0];
-  ASSERT_EQ(utimes(path.c_str(), times), 0);
+  writeFile("/vault/" + name, name);
+  std::filesystem::last_write_time("/vault/" + name, std::filesystem::file_time_type::clock::now() -
+                                                         std::chrono::seconds(seconds));
 }
 
 TEST(LogRotation, AtTheLimitCopiedAndEmptiedOneByteLessLeftAlone) {
@@ -59,12 +57,9 @@ TEST(LogRotation, AtTheLimitCopiedAndEmptiedOneByteLessLeftAlone) {
   EXPECT_EQ(rotateOfSize(999), 0u);
   ASSERT_EQ(rotateOfSize(1000), 1u);
   const std::string copy = rotatedCopies()[0];
-  // "Bramblekit-", a stamp of 8 digits, "-", 6 digits, ".", 6 digits, ".log".
-  ASSERT_EQ(copy.size(), 37u) << copy;
-  EXPECT_EQ(copy.substr(0, 11) + copy.substr(33), "Bramblekit-.log");
-  const std::string stamp = copy.substr(11, 22);
-  EXPECT_EQ(stamp.find_first_not_of("0123456789-."), std::string::npos) << stamp;
-  EXPECT_TRUE(stamp[8] == '-' && stamp[15] == '.') << stamp;
+  std::string shape = copy;  // "Bramblekit-", a stamp of digits, ".log"
+  std::replace_if(shape.begin(), shape.end(), ::isdigit, '9');
+  EXPECT_EQ(shape, "Bramblekit-99999999-999999.999999.log");
   EXPECT_EQ(readFile("/vault/" + copy), std::string("start of the log\n") + std::string(983, '\0'));
   EXPECT_EQ(readFile(kRotated).size(), 0u);
 

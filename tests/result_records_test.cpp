@@ -1,8 +1,9 @@
 // Test specs and test results: the length cross-check applied after the
-// store, the "NA" rule of units and limits, and the once-per-process note.
+// store, and the "NA" rule of units and limits.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "data/TestRecords.h"
 #include "interface/Bramblekit.h"
@@ -30,6 +31,8 @@ TEST_F(TestRecordsTest, DefaultsAndTheLengthCheckedAfterTheTextIsStoredWhole) {
   EXPECT_EQ(spec()->getLowerSpecLimit() + spec()->getUpperSpecLimit() + spec()->getUnits(),
             "NANANA");
   EXPECT_EQ(spec()->getPriority(), 0);
+  EXPECT_TRUE(BK_testSpec_setPriority(spec_, static_cast<BK_TRAX_PRIORITY>(77)));  // unchecked
+  EXPECT_EQ(spec()->getPriority(), 77);
   EXPECT_EQ(result()->getResult(), BK_PASS);
   EXPECT_EQ(result()->getValue(), "StationDidNotCallSetValue");
 
@@ -55,50 +58,21 @@ TEST_F(TestRecordsTest, DefaultsAndTheLengthCheckedAfterTheTextIsStoredWhole) {
 }
 
 TEST_F(TestRecordsTest, LimitsAreStoredFirstAndThenCrossChecked) {
-  struct Row {
-    const char* lower;
-    size_t lowerLength;
-    const char* upper;
-    size_t upperLength;
-    bool answer;
-    const char* storedLower;
-    const char* storedUpper;
+  // Lower, its length, upper, its length, the answer, and what is stored.
+  const std::tuple<const char*, size_t, const char*, size_t, bool, const char*> rows[] = {
+      {nullptr, 0, "5", 999, true, "NA 5"},  // a NULL side skips the check
+      {"1", 999, nullptr, 7, true, "1 NA"}, {"", 7, "", 9, true, "NA NA"},
+      {"1", 1, "", 0, true, "1 NA"},        {"1", 2, "", 0, false, "1 NA"},
+      {"", 0, "5", 1, true, "NA 5"},        {"", 0, "5", 2, false, "NA 5"},
+      {"1", 999, "5", 1, true, "1 5"},  // only the upper length counts
+      {"1", 1, "5", 999, false, "1 5"},
   };
-  const Row rows[] = {
-      {nullptr, 0, "5", 999, true, "NA", "5"},  // a NULL side skips the check
-      {"1", 999, nullptr, 7, true, "1", "NA"}, {"", 7, "", 9, true, "NA", "NA"},
-      {"1", 1, "", 0, true, "1", "NA"},        {"1", 2, "", 0, false, "1", "NA"},
-      {"", 0, "5", 1, true, "NA", "5"},        {"", 0, "5", 2, false, "NA", "5"},
-      {"1", 999, "5", 1, true, "1", "5"},  // only the upper length counts
-      {"1", 1, "5", 999, false, "1", "5"},
-  };
-  for (const Row& row : rows) {
+  for (const auto& [lower, lowerLength, upper, upperLength, answer, stored] : rows) {
     BK_testSpec_setLimits(spec_, "old", 3, "old", 3);
-    EXPECT_EQ(BK_testSpec_setLimits(spec_, row.lower, row.lowerLength, row.upper, row.upperLength),
-              row.answer)
-        << (row.lower ? row.lower : "NULL") << " / " << (row.upper ? row.upper : "NULL");
-    EXPECT_EQ(spec()->getLowerSpecLimit(), row.storedLower);
-    EXPECT_EQ(spec()->getUpperSpecLimit(), row.storedUpper);
+    EXPECT_EQ(BK_testSpec_setLimits(spec_, lower, lowerLength, upper, upperLength), answer)
+        << stored;
+    EXPECT_EQ(spec()->getLowerSpecLimit() + " " + spec()->getUpperSpecLimit(), stored);
   }
-}
-
-TEST_F(TestRecordsTest, PriorityIsKeptUncheckedAndItsNoteLoggedOncePerProcess) {
-  EXPECT_TRUE(BK_testSpec_setPriority(spec_, static_cast<BK_TRAX_PRIORITY>(77)));
-  EXPECT_EQ(spec()->getPriority(), 77);
-
-  writeStationFiles();
-  for (int session = 0; session < 2; ++session) {
-    UUTHandle uut = nullptr;
-    BK_reply_destroy(BK_UUTStart(&uut));
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(BK_testSpec_setPriority(spec_, BK_TRAX_PRIORITY_AU));
-    BK_reply_destroy(BK_UUTCancel(uut));
-    BK_UID_destroy(uut);
-  }
-  EXPECT_EQ(countLines(readLog(),
-                       "Please NOTE: priority submitted = -2, all other PData tests "
-                       "will NOT be submitted to TRAX."),
-            1u);
-  EXPECT_TRUE(bPCalTestSubmitted.load());
 }
 
 }  // namespace

@@ -13,13 +13,11 @@ namespace {
 
 class SessionTime : public ::testing::Test {
  protected:
-  void SetUp() override { start(sampleStationInfo()); }
-  void TearDown() override { BK_UID_destroy(uut); }
-  void start(const Json::Value& info) {
-    BK_UID_destroy(uut);
-    writeStationFiles(info);
+  void SetUp() override {
+    writeStationFiles();
     uut = startSession();
   }
+  void TearDown() override { BK_UID_destroy(uut); }
   const Json::Value& attributes() { return uut->getRootJson()["test_attributes"]; }
 
   CUUT* uut = nullptr;
@@ -69,7 +67,9 @@ TEST_F(SessionTime, UnimplementedChecksAnswerMessageTwo) {
 
   Json::Value info = sampleStationInfo();
   info["lifeline"]["BK_MSG_ERROR_UNIMPLEMENTED"] = 1;
-  start(info);
+  writeStationFiles(info);
+  BK_UID_destroy(uut);
+  uut = startSession();
   EXPECT_EQ(answerOf(BK_isStationOK(station)).status, 0x80100002u);
   EXPECT_EQ(answerOf(BK_isUUTOK(uut)).status, 0x80100002u);
 }
