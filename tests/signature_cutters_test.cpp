@@ -1,6 +1,5 @@
-// The raw-text cutters: what they cut, the quirks the other sides of the
-// signatures depend on, and that a hostile file never makes them read past
-// the end of their text.
+// The raw-text cutters: the quirks the other sides of the signatures depend
+// on, and that a hostile text never makes them read past its end.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,116 +9,74 @@
 
 namespace {
 
-TEST(SignatureObjectCutter, CutsTheObjectInFileOrderWithItsBlanks) {
-  const std::string text = "{\n\t\"b\" : {\"x\" : {\"y\" : 1}},\n\t\"a\" : { \"z\" :\t2 }\n}";
-  std::string out;
-  ASSERT_TRUE(GetUnsortedObjFromJsonString(text, out, "a"));
-  EXPECT_EQ(out, "{ \"z\" :\t2 }");
-  ASSERT_TRUE(GetUnsortedObjFromJsonString(text, out, "b"));
-  EXPECT_EQ(out, "{\"x\" : {\"y\" : 1}}");
+// `how` is 'O' (object by key), 'S' (string by key), or the mark of a span.
+struct Cut {
+  char how;
+  const char* text;
+  const char* key;
+  const char* expected;  // nullptr: the cut fails
+};
+
+const Cut kCuts[] = {
+    {'O', "{\n\t\"b\" : {\"x\" : {\"y\" : 1}},\n\t\"a\" : { \"z\" :\t2 }\n}", "a",
+     "{ \"z\" :\t2 }"},
+    {'O', "{\"b\" : {\"x\" : {\"y\" : 1}}}", "b", "{\"x\" : {\"y\" : 1}}"},
+    // The key quoted first as a value: the cut starts there.
+    {'O', "{\"v\" : \"k\", \"w\" : {\"q\" : 1}, \"k\" : {\"z\" : 2}}", "k", "{\"q\" : 1}"},
+    {'O', "{\"a\" : 5, \"b\" : {\"c\" : 1}}", "a", "{\"c\" : 1}"},       // the next object
+    {'O', "{\"a\" : {\"s\" : \"}\", \"t\" : 1}}", "a", "{\"s\" : \"}"},  // braces in strings count
+    {'O', "", "a", nullptr},
+    {'O', "{\"a\" : {}}", "", nullptr},
+    {'O', "{\"a\" : 1, \"b\" : 2", "a", nullptr},
+    {'O', "{\"a\" : {{\"b\" : {}", "a", nullptr},
+    {'O', "{\"a\"", "a", nullptr},
+    {'O', "\"a\"{", "a", nullptr},
+    {'[', "x [1, [2]], \"y\" : [3] }", "", "[1, [2]], \"y\" : [3]"},  // to the last mark
+    {'{', "a {b} c {d} e", "", "{b} c {d}"},
+    {':', "\"k\" : \"v\", \"l\" : \"w\"", "", "v"},
+    {':', "\"n\" : 12,\n\"m\" : \"w\"", "", "m"},  // a bare number is passed over
+    {':', "\"s\" : \"C0\\\"2\"", "", "C0\\"},      // an escaped quote ends the value
+    {'[', "] before [", "", nullptr},
+    {'[', "[unclosed", "", nullptr},
+    {'(', "(x)", "", nullptr},
+    {':', "\"s\" : \"open", "", nullptr},
+    {':', "\"s\" :", "", nullptr},
+    {'S', "{\"digest\" : \"d1\", \"signature\" : \"ab\"}", "signature", "ab"},
+    {'S', "{\"digest\" : \"d1\", \"signature\" : \"ab\"}", "digest", "d1"},
+    // Seven letters: the fixed skip lands inside the key.
+    {'S', "{\"version\" : \"7\"}", "version", " : "},
+    // The first quoted occurrence wins, even inside a value.
+    {'S', "{\"n\" : \"\"signature\" : \"x\", \"signature\" : \"y\"}", "signature", "x"},
+    {'S', "", "digest", nullptr},
+    {'S', "{\"digest\" : \"x\"}", "", nullptr},
+    {'S', "\"signature\"", "signature", nullptr},
+    {'S', "\"signature\" : \"abc", "signature", nullptr},
+    {'S', "\"d\"", "d", nullptr},  // a skip of 8 past a 3-byte text
+};
+
+TEST(SignatureCutters, CutsKeepTheirQuirksAndStopAtTheEnd) {
+  for (const Cut& row : kCuts) {
+    std::string out = "untouched";
+    const bool cut = row.how == 'O'   ? GetUnsortedObjFromJsonString(row.text, out, row.key)
+                     : row.how == 'S' ? GetStringFromString(row.text, out, row.key)
+                                      : GetStringFromObj(row.text, out, row.how);
+    EXPECT_EQ(cut, row.expected != nullptr) << row.text;
+    // A span that fails is emptied; the other cuts leave their output alone.
+    const char* failed = isalpha(row.how) ? "untouched" : "";
+    EXPECT_EQ(out, row.expected != nullptr ? row.expected : failed) << row.text;
+  }
 }
 
-TEST(SignatureObjectCutter, KeepsTheNaiveSearchOthersSignWith) {
-  std::string out;
-  // The key quoted first as a value: the cut starts there.
-  EXPECT_TRUE(GetUnsortedObjFromJsonString(
-      "{\"v\" : \"ksinfo\", \"w\" : {\"q\" : 1}, \"ksinfo\" : {\"k\" : 2}}", out, "ksinfo"));
-  EXPECT_EQ(out, "{\"q\" : 1}");
-  // A key whose value is no object takes the next object.
-  EXPECT_TRUE(GetUnsortedObjFromJsonString("{\"a\" : 5, \"b\" : {\"c\" : 1}}", out, "a"));
-  EXPECT_EQ(out, "{\"c\" : 1}");
-  // A brace inside a string counts, so the cut ends early.
-  EXPECT_TRUE(GetUnsortedObjFromJsonString("{\"a\" : {\"s\" : \"}\", \"t\" : 1}}", out, "a"));
-  EXPECT_EQ(out, "{\"s\" : \"}");
-}
-
-TEST(SignatureObjectCutter, GivesUpWhereTheTextEnds) {
-  std::string out = "untouched";
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("", out, "a"));
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("{\"a\" : {}}", out, ""));
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("{\"b\" : {}}", out, "a"));
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("{\"a\" : 1, \"b\" : 2", out, "a"));  // no brace
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("{\"a\" : {{\"b\" : {}", out, "a"));  // unbalanced
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("{\"a\"", out, "a"));  // key at the very end
-  EXPECT_FALSE(GetUnsortedObjFromJsonString("\"a\"{", out, "a"));  // brace at the very end
-  EXPECT_EQ(out, "untouched");
-}
-
-TEST(SignatureSpanCutter, BracketsRunToTheLastClosingMarkOfTheText) {
-  std::string out;
-  ASSERT_TRUE(GetStringFromObj("x [1, [2]], \"y\" : [3] }", out, '['));
-  EXPECT_EQ(out, "[1, [2]], \"y\" : [3]");
-  ASSERT_TRUE(GetStringFromObj("a {b} c {d} e", out, '{'));
-  EXPECT_EQ(out, "{b} c {d}");
-  EXPECT_FALSE(GetStringFromObj("no brackets", out, '['));
-  EXPECT_FALSE(GetStringFromObj("] before [", out, '['));
-  EXPECT_FALSE(GetStringFromObj("[unclosed", out, '['));
-  EXPECT_TRUE(out.empty());
-  EXPECT_FALSE(GetStringFromObj("", out, '['));
-  EXPECT_FALSE(GetStringFromObj("(x)", out, '('));
-}
-
-TEST(SignatureSpanCutter, ColonTakesTheNextQuotedStringWithoutEscapes) {
-  std::string out;
-  ASSERT_TRUE(GetStringFromObj("\"k\" : \"v\", \"l\" : \"w\"", out, ':'));
-  EXPECT_EQ(out, "v");
-  // A bare number is passed over: the next quoted text is the next key.
-  ASSERT_TRUE(GetStringFromObj("\"n\" : 12,\n\"m\" : \"w\"", out, ':'));
-  EXPECT_EQ(out, "m");
-  // An escaped quotation mark ends the value.
-  ASSERT_TRUE(GetStringFromObj("\"s\" : \"C0\\\"2\"", out, ':'));
-  EXPECT_EQ(out, "C0\\");
-  EXPECT_FALSE(GetStringFromObj("\"s\" 1", out, ':'));
-  EXPECT_FALSE(GetStringFromObj("\"s\" : \"open", out, ':'));
-  EXPECT_FALSE(GetStringFromObj("\"s\" :", out, ':'));
-}
-
-TEST(SignatureStringCutter, SkipsFixedCountsPastTheKey) {
-  std::string out;
-  const std::string text = "{\"digest\" : \"d1\", \"signature\" : \"ab\", \"version\" : \"7\"}";
-  ASSERT_TRUE(GetStringFromString(text, out, "signature"));
-  EXPECT_EQ(out, "ab");
-  ASSERT_TRUE(GetStringFromString(text, out, "digest"));
-  EXPECT_EQ(out, "d1");
-  // Seven letters: the count lands inside the key, whose closing mark is
-  // taken for the value's opening one.
-  ASSERT_TRUE(GetStringFromString(text, out, "version"));
-  EXPECT_EQ(out, " : ");
-  // The first quoted occurrence wins, even inside a value.
-  ASSERT_TRUE(GetStringFromString("{\"note\" : \"\"signature\" : \"x\", \"signature\" : \"y\"}",
-                                  out, "signature"));
-  EXPECT_EQ(out, "x");
-}
-
-TEST(SignatureStringCutter, GivesUpWhereTheTextEnds) {
-  std::string out = "untouched";
-  EXPECT_FALSE(GetStringFromString("", out, "digest"));
-  EXPECT_FALSE(GetStringFromString("{\"digest\" : \"x\"}", out, ""));
-  EXPECT_FALSE(GetStringFromString("{\"other\" : \"x\"}", out, "digest"));
-  EXPECT_FALSE(GetStringFromString("\"signature\"", out, "signature"));  // key at the very end
-  EXPECT_FALSE(GetStringFromString("\"signature\" :", out, "signature"));
-  EXPECT_FALSE(GetStringFromString("\"signature\" : \"abc", out, "signature"));
-  EXPECT_FALSE(GetStringFromString("\"d\"", out, "d"));  // skip of 8 past a 3-byte text
-  EXPECT_EQ(out, "untouched");
-}
-
-TEST(SignatureHexText, LowerCaseHighNibbleFirst) {
-  const unsigned char bytes[] = {0x00, 0x0f, 0xa5, 0xff};
-  EXPECT_EQ(binToHexString(bytes, 4), "000fa5ff");
-  EXPECT_EQ(binToHexString(bytes, 0), "");
-  EXPECT_EQ(binToHexString(nullptr, 4), "");
-  EXPECT_EQ(sha1Hex("abc"), "a9993e364706816aba3e25717850c26c9cd0d89d");
-}
-
-TEST(SignatureFileText, StopsAtTheFirst0xFFByte) {
-  const std::string path = "/tmp/convert-file.txt";
-  FILE* file = fopen(path.c_str(), "wb");
+TEST(SignatureCutters, FileTextStopsAtTheFirst0xFF) {
+  FILE* file = fopen("/tmp/convert-file.txt", "wb");
   ASSERT_NE(file, nullptr);
-  const char content[] = {'a', '\n', 'b', static_cast<char>(0xFF), 'c'};
-  fwrite(content, 1, sizeof(content), file);
+  fwrite(
+      "a\nb\xff"
+      "c",
+      1, 5, file);
   fclose(file);
   std::string out = "old";
-  ConvertFileToString(path.c_str(), out);
+  ConvertFileToString("/tmp/convert-file.txt", out);
   EXPECT_EQ(out, "a\nb");
   ConvertFileToString("/tmp/does-not-exist", out);
   EXPECT_EQ(out, "");

@@ -102,6 +102,28 @@ inline ::testing::AssertionResult answered(const Answer& answer, bool success, u
                                        << answer.status << " \"" << answer.text << '"';
 }
 
+// A test on a ready station that owns one session at a time.
+class SessionTest : public ::testing::Test {
+ protected:
+  void SetUp() override { writeReadyStation(); }
+  void TearDown() override { replace(nullptr); }
+  // Makes `uut` the test's session, destroying the previous one.
+  CUUT* replace(CUUT* uut) {
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    return uut_ = uut;
+  }
+  // A new session with all its attributes and the given results.
+  CUUT* filled(int passes, int failures = 0, int nas = 0, bool withLimits = true) {
+    replace(startSession());
+    addAttributes(uut_, withLimits);
+    addResults(uut_, passes, failures, nas);
+    return uut_;
+  }
+  Answer done() { return answerOf(BK_UUTDone(uut_)); }
+  Answer commit(BK_PASSFAILRESULT claim = BK_PASS) { return answerOf(BK_UUTCommit(uut_, claim)); }
+  CUUT* uut_ = nullptr;
+};
+
 inline std::string dirOf(CUUT* uut, const char* suffix) {
   return std::string(kUutData) + uut->getUID() + suffix;
 }
