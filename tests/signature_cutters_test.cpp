@@ -6,6 +6,7 @@
 
 #include "signature/RawTextCutters.h"
 #include "signature/SigningPrimitives.h"
+#include "support/TestSupport.h"
 
 namespace {
 
@@ -25,8 +26,6 @@ const Cut kCuts[] = {
     {'O', "{\"v\" : \"k\", \"w\" : {\"q\" : 1}, \"k\" : {\"z\" : 2}}", "k", "{\"q\" : 1}"},
     {'O', "{\"a\" : 5, \"b\" : {\"c\" : 1}}", "a", "{\"c\" : 1}"},       // the next object
     {'O', "{\"a\" : {\"s\" : \"}\", \"t\" : 1}}", "a", "{\"s\" : \"}"},  // braces in strings count
-    {'O', "", "a", nullptr},
-    {'O', "{\"a\" : {}}", "", nullptr},
     {'O', "{\"a\" : 1, \"b\" : 2", "a", nullptr},
     {'O', "{\"a\" : {{\"b\" : {}", "a", nullptr},
     {'O', "{\"a\"", "a", nullptr},
@@ -36,19 +35,14 @@ const Cut kCuts[] = {
     {':', "\"k\" : \"v\", \"l\" : \"w\"", "", "v"},
     {':', "\"n\" : 12,\n\"m\" : \"w\"", "", "m"},  // a bare number is passed over
     {':', "\"s\" : \"C0\\\"2\"", "", "C0\\"},      // an escaped quote ends the value
-    {'[', "] before [", "", nullptr},
     {'[', "[unclosed", "", nullptr},
-    {'(', "(x)", "", nullptr},
     {':', "\"s\" : \"open", "", nullptr},
-    {':', "\"s\" :", "", nullptr},
     {'S', "{\"digest\" : \"d1\", \"signature\" : \"ab\"}", "signature", "ab"},
     {'S', "{\"digest\" : \"d1\", \"signature\" : \"ab\"}", "digest", "d1"},
     // Seven letters: the fixed skip lands inside the key.
     {'S', "{\"version\" : \"7\"}", "version", " : "},
     // The first quoted occurrence wins, even inside a value.
     {'S', "{\"n\" : \"\"signature\" : \"x\", \"signature\" : \"y\"}", "signature", "x"},
-    {'S', "", "digest", nullptr},
-    {'S', "{\"digest\" : \"x\"}", "", nullptr},
     {'S', "\"signature\"", "signature", nullptr},
     {'S', "\"signature\" : \"abc", "signature", nullptr},
     {'S', "\"d\"", "d", nullptr},  // a skip of 8 past a 3-byte text
@@ -68,18 +62,12 @@ TEST(SignatureCutters, CutsKeepTheirQuirksAndStopAtTheEnd) {
 }
 
 TEST(SignatureCutters, FileTextStopsAtTheFirst0xFF) {
-  FILE* file = fopen("/tmp/convert-file.txt", "wb");
-  ASSERT_NE(file, nullptr);
-  fwrite(
-      "a\nb\xff"
-      "c",
-      1, 5, file);
-  fclose(file);
+  bk_test::writeFile("/tmp/convert-file.txt", std::string("a\nb\xff"
+                                                          "c",
+                                                          5));
   std::string out = "old";
   ConvertFileToString("/tmp/convert-file.txt", out);
   EXPECT_EQ(out, "a\nb");
-  ConvertFileToString("/tmp/does-not-exist", out);
-  EXPECT_EQ(out, "");
 }
 
 }  // namespace
