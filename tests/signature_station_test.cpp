@@ -24,11 +24,9 @@ constexpr const char* kBadVersion =
 
 // The check's verdict, status and text.
 Answer checkSignature(bool (*check)(void*) = BK_isSignatureOK) {
-  auto* reply = new CBKReply;
-  const bool ok = check(reply);
-  Answer answer = answerOf(reply);
-  answer.success = ok;
-  return answer;
+  CBKReply reply;
+  const bool ok = check(&reply);
+  return {ok, reply.getStatus(), reply.hasData() ? reply.getData() : ""};
 }
 
 // This verdict and text; a refusal also carries the fail bit.
