@@ -6,14 +6,6 @@
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
-static std::string formatLocal(time_t when) {
-  struct tm local;
-  localtime_r(&when, &local);
-  char text[32];
-  strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
-  return text;
-}
-
 BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUT");
@@ -23,7 +15,8 @@ BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM,
                   "Failed to create a manual start timestamp");
   } else {
-    BK_LOG(uut->getUID(), "explicitly setting start time in uut_start : " << formatLocal(when));
+    BK_LOG(uut->getUID(),
+           "explicitly setting start time in uut_start : " << Util_makeTimestamp2(when));
   }
   BK_LOG_EXIT(uut->getUID());
   return reply;
@@ -38,7 +31,8 @@ BKReplyHandle BK_setStopTime(UUTHandle handle, time_t when) {
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM,
                   "Failed to create a manual stop timestamp");
   } else {
-    BK_LOG(uut->getUID(), "explicitly setting stop time in uut_stop : " << formatLocal(when));
+    BK_LOG(uut->getUID(),
+           "explicitly setting stop time in uut_stop : " << Util_makeTimestamp2(when));
   }
   BK_LOG_EXIT(uut->getUID());
   return reply;

@@ -5,39 +5,14 @@
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 
-const char* const BKMessageClassNames[33] = {"BK_MSG_CLASS_UNCLASSIFIED",
-                                             "BK_MSG_CLASS_API_ERROR",
-                                             "BK_MSG_CLASS_COMM_ERR",
-                                             "BK_MSG_CLASS_QUERY",
-                                             "BK_MSG_CLASS_QUERY_RESPONSE",
-                                             "BK_MSG_CLASS_QUERY_DELAYED_RESPONSE",
-                                             "BK_MSG_CLASS_PROCESS_CONTROL",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             "",
-                                             ""};
+// clang-format off
+const char* const BKMessageClassNames[33] = {
+    "BK_MSG_CLASS_UNCLASSIFIED", "BK_MSG_CLASS_API_ERROR", "BK_MSG_CLASS_COMM_ERR",
+    "BK_MSG_CLASS_QUERY", "BK_MSG_CLASS_QUERY_RESPONSE", "BK_MSG_CLASS_QUERY_DELAYED_RESPONSE",
+    "BK_MSG_CLASS_PROCESS_CONTROL",
+    "", "", "", "", "", "", "", "", "", "", "", "", "",
+    "", "", "", "", "", "", "", "", "", "", "", "", ""};
+// clang-format on
 
 const char* const BKMessageNumberNames[36] = {
     "BK_MSG_ERROR_API_UNHANDLED", "BK_MSG_ERROR_UNIT_ID_INVALID", "BK_MSG_ERROR_UNIMPLEMENTED",

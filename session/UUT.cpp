@@ -110,11 +110,7 @@ bool CUUT::isUIDValid() { return Util_directoryExists(getPath().c_str()); }
 
 void CUUT::createTimestampFile(int s) {
   if (s == -1) s = static_cast<int>(state);
-  time_t now = time(nullptr);
-  struct tm local;
-  localtime_r(&now, &local);
-  char text[32];
-  strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &local);
+  const std::string text = Util_makeTimestamp2(0);
   if (s == UUT_STATE_OPEN) {
     rootJson["test_attributes"][uut_startTime] = text;
   } else if (s == UUT_STATE_DONE) {
