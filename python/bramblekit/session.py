@@ -168,6 +168,7 @@ class Session:
     # -- lifetime ---------------------------------------------------------
 
     def __enter__(self) -> Session:
+        """The session itself: it was started by the constructor."""
         return self
 
     def __exit__(
@@ -176,6 +177,7 @@ class Session:
         exc: BaseException | None,
         traceback: types.TracebackType | None,
     ) -> None:
+        """Cancels the session if the block raised before a commit; destroys the handle."""
         try:
             if exc is not None and self._handle is not None and not self._committed:
                 try:
