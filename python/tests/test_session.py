@@ -165,6 +165,8 @@ def test_library_lookup(environment, expected):
     env = {k: v for k, v in os.environ.items() if k not in ("BRAMBLEKIT_LIBRARY", "LD_LIBRARY_PATH")}
     env.update(environment)
     env["PYTHONPATH"] = str(Path(bk.__file__).resolve().parent.parent)
+    # Under the leak check, a child interpreter's own leftovers would change its status.
+    env["ASAN_OPTIONS"] = "detect_leaks=0"
     run = subprocess.run([sys.executable, "-c", "import bramblekit; print(bramblekit.library_path())"],
                          env=env, capture_output=True, text=True)
     if expected is None:
@@ -176,3 +178,13 @@ def test_library_lookup(environment, expected):
         assert last.startswith("ImportError: bramblekit:") and expected in last
         if not environment:
             assert "find_library" in last
+
+
+def test_station_example_commits_three_units(station):
+    example = Path(__file__).resolve().parents[2] / "examples" / "python" / "station.py"
+    env = dict(os.environ, ASAN_OPTIONS="detect_leaks=0")
+    run = subprocess.run([sys.executable, str(example)], env=env, capture_output=True, text=True)
+    assert run.returncode == 0, run.stderr
+    verdicts = [line.split()[1] for line in run.stdout.splitlines() if line.startswith("C0212PY")]
+    assert verdicts == ["PASS", "PASS", "FAIL"]
+    assert len([name for name in sessions() if name.endswith(".commit")]) == 3
