@@ -6,18 +6,23 @@
 # by design; those reports never pass through the library and are not counted.
 #
 # Inside the sandbox, with the environment of the pytest test
-# (BRAMBLEKIT_LIBRARY naming the ASan build's library, LD_PRELOAD its runtime):
-#   leak_check.sh PYTHON TESTS_DIR
+# (BRAMBLEKIT_LIBRARY naming the ASan build's library):
+#   leak_check.sh PRELOAD PYTHON TESTS_DIR
+# PRELOAD (for LD_PRELOAD) names the shared runtime libasan.so, which has to
+# come before the interpreter's own libraries, and libstdc++, which has to be
+# there when the runtime starts so that C++ exceptions can be intercepted.
 set -uo pipefail
 
-python="$1"
-tests="$2"
+preload="$1"
+python="$2"
+tests="$3"
 logs="$(mktemp -d)"
 trap 'rm -rf "$logs"' EXIT
 
-# Leaks end the process with status 23; the tests' own verdict is read from
+# Unsymbolized frames name their module, so a leak through the library shows
+# as such.  Leaks end the process with status 23; the tests' own verdict is read from
 # their summary line, since that status replaces pytest's.
-output="$(ASAN_OPTIONS="detect_leaks=1:exitcode=23:log_path=$logs/asan" \
+output="$(LD_PRELOAD="$preload" ASAN_OPTIONS="detect_leaks=1:symbolize=0:exitcode=23:log_path=$logs/asan" \
   "$python" -m pytest -q -p no:cacheprovider "$tests" 2>&1)"
 status=$?
 echo "$output"
