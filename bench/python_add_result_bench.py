@@ -55,7 +55,8 @@ def main() -> int:
         cxx_ns.append(cxx_round(program, arguments.results))
         python_ns.append(python_round(arguments.results))
     python_median, cxx_median = statistics.median(python_ns), statistics.median(cxx_ns)
-    print(f"add_result, {arguments.results} results per session, median of {arguments.rounds} rounds:")
+    print(f"add_result, {arguments.results} results per session, "
+          f"median of {arguments.rounds} rounds:")
     print(f"  C++    {cxx_median / 1000:8.2f} us per call")
     print(f"  Python {python_median / 1000:8.2f} us per call")
     print(f"  ratio  {python_median / cxx_median:8.2f} (target: at most 3)")

@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import ctypes.util
 import os
+from typing import TYPE_CHECKING, Any
 
 LIBRARY_VARIABLE = "BRAMBLEKIT_LIBRARY"
 
@@ -138,6 +139,11 @@ class Library:
             function.restype = restype
             function.argtypes = argtypes
             setattr(self, name, function)
+
+    if TYPE_CHECKING:
+        # The functions are set per name above; to a type checker each is a
+        # ctypes function.
+        def __getattr__(self, name: str) -> Any: ...
 
 
 def load() -> Library:

@@ -269,7 +269,11 @@ class Session:
                 low = None if lower is None else _number(lower, "lower")
                 high = None if upper is None else _number(upper, "upper")
                 lib.BK_testSpec_setLimits(
-                    spec, low, 0 if low is None else len(low), high, 0 if high is None else len(high)
+                    spec,
+                    low,
+                    0 if low is None else len(low),
+                    high,
+                    0 if high is None else len(high),
                 )
             if value is not None:
                 data = _number(value, "value")
@@ -284,7 +288,11 @@ class Session:
         _finish(reply, "BK_addResult")
 
     def add_blob(
-        self, path: str | os.PathLike[str], name: str | None = None, *, policy: BlobPolicy | None = None
+        self,
+        path: str | os.PathLike[str],
+        name: str | None = None,
+        *,
+        policy: BlobPolicy | None = None,
     ) -> None:
         """Adds a file as a blob (BK_addBlob); ``name`` defaults to the file's name."""
         path = os.fspath(path)

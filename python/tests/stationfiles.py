@@ -74,7 +74,10 @@ def station_info(ksinfo: dict[str, Any] | None = None, lifeline: dict[str, Any] 
         },
         "lifeline": {name: 1 for name in ACTIVE_MESSAGES},
         "swversions": {"bramblekit": "00112233445566778899aabbccddeeff"},
-        "controlbits": {"CONTROL_BITS_TO_CHECK": ["0x0001", "0x0002"], "STATION_FAIL_COUNT_ALLOWED": 5},
+        "controlbits": {
+            "CONTROL_BITS_TO_CHECK": ["0x0001", "0x0002"],
+            "STATION_FAIL_COUNT_ALLOWED": 5,
+        },
     }
     info["ksinfo"].update(ksinfo or {})
     info["lifeline"].update(lifeline or {})

@@ -162,13 +162,14 @@ LIBRARY = os.environ.get("BRAMBLEKIT_LIBRARY", "")
     ],
 )
 def test_library_lookup(environment, expected):
-    env = {k: v for k, v in os.environ.items() if k not in ("BRAMBLEKIT_LIBRARY", "LD_LIBRARY_PATH")}
+    env = {k: v for k, v in os.environ.items()
+           if k not in ("BRAMBLEKIT_LIBRARY", "LD_LIBRARY_PATH")}
     env.update(environment)
     env["PYTHONPATH"] = str(Path(bk.__file__).resolve().parent.parent)
     # Under the leak check, a child interpreter's own leftovers would change its status.
     env["ASAN_OPTIONS"] = "detect_leaks=0"
-    run = subprocess.run([sys.executable, "-c", "import bramblekit; print(bramblekit.library_path())"],
-                         env=env, capture_output=True, text=True)
+    script = "import bramblekit; print(bramblekit.library_path())"
+    run = subprocess.run([sys.executable, "-c", script], env=env, capture_output=True, text=True)
     if expected is None:
         assert run.returncode == 0, run.stderr
         assert "bramblekit" in run.stdout
