@@ -71,6 +71,7 @@ _PROTOTYPES: dict[str, tuple[object, list[object]]] = {
     "BK_testSpec_setUnits": (ctypes.c_bool, [_handle, _text, _size]),
     "BK_testSpec_setLimits": (ctypes.c_bool, [_handle, _text, _size, _text, _size]),
     "BK_testSpec_setPriority": (ctypes.c_bool, [_handle, ctypes.c_int]),
+    "BK_testSpec_setAsNonTestItem": (ctypes.c_bool, [_handle]),
     "BK_testResult_create": (_handle, []),
     "BK_testResult_destroy": (None, [_handle]),
     "BK_testResult_setResult": (ctypes.c_bool, [_handle, ctypes.c_int]),

@@ -240,13 +240,15 @@ class Session:
         priority: Priority | int = Priority.P1,
         result: Verdict | int = Verdict.PASS,
         message: str = "",
+        info_only: bool = False,
     ) -> None:
         """Adds one test result (BK_addResult).
 
         With a ``value`` it is a parametric result, with limits and units;
         without one a pass/fail result.  Values and limits may be str, int,
         float or Decimal; a float is written with repr().  The verdict is the
-        station's: the library compares nothing with the limits.
+        station's: the library compares nothing with the limits.  An
+        ``info_only`` item's failure is recorded as information only.
         """
         handle = self._live()
         lib = _lib
@@ -279,6 +281,8 @@ class Session:
                 data = _number(value, "value")
                 if not lib.BK_testResult_setValue(record, data, len(data)):
                     raise ValueError("value must not hold a NUL character")
+            if info_only:
+                lib.BK_testSpec_setAsNonTestItem(spec)
             lib.BK_testSpec_setPriority(spec, int(priority))
             lib.BK_testResult_setResult(record, int(result))
             reply = lib.BK_addResult(handle, spec, record)

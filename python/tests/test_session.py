@@ -47,6 +47,7 @@ def test_session_to_verified_commit(station, tmp_path, capfd):
                 uut.add_result("Rail", str(index), value=given, lower=decimal.Decimal("0.0"),
                                upper=5.5, units="V", priority=bk.Priority.P2)
             uut.add_result("Boot", result=bk.Verdict.FAIL, message="no prompt")
+            uut.add_result("Fan", result=bk.Verdict.FAIL, message="noisy", info_only=True)
             uut.add_blob(log)
             uut.add_blob_data("trace.bin", bytes(range(256)), policy=bk.BlobPolicy.KEEP_360)
             uut.fixture_position(3, 2)
@@ -65,9 +66,9 @@ def test_session_to_verified_commit(station, tmp_path, capfd):
     assert {(r["lower_limit"], r["upper_limit"], r["priority"]) for r in parametric} == {
         ("0.0", "5.5", 2)
     }
-    assert {"test": "Boot", "result": "fail", "message": "no prompt"}.items() <= next(
-        r for r in document["results"] if r["test"] == "Boot"
-    ).items()
+    pass_fail = {r["test"]: (r["result"], r["message"]) for r in document["results"]
+                 if r.get("test_type") == "PF"}
+    assert pass_fail == {"Boot": ("fail", "no prompt"), "Fan": ("info_only", "noisy")}
     assert [(b["display_name"], b["retention_policy"]) for b in document["blobs"]] == [
         ("station.log", 30),
         ("trace.bin", 360),
