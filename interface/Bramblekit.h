@@ -155,6 +155,13 @@ BK_EXPORT const char* BK_reply_getError(BKReplyHandle reply);
 /* The same text; for BK_getJsonResultsObj it is the results document. */
 BK_EXPORT const char* BK_reply_getJsonData(BKReplyHandle reply);
 BK_EXPORT void BK_reply_destroy(BKReplyHandle reply);
+/* The whole status word (fail bit, class from bit 20, message from bit 0);
+ * 0 for a NULL reply.  BK_reply_getClass and BK_reply_getMessageID each give
+ * only a part of it. */
+BK_EXPORT uint32_t BK_reply_getStatus(BKReplyHandle reply);
+/* The reply's text, or "" when it has none or the reply is NULL; unlike
+ * BK_reply_getError it prints and logs nothing. */
+BK_EXPORT const char* BK_reply_getText(BKReplyHandle reply);
 
 /* Sessions.  BK_UUTStart refuses to open a session when a station file is
  * missing; *outHandle is then NULL. */

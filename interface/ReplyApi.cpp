@@ -38,4 +38,17 @@ const char* BK_reply_getError(BKReplyHandle reply) {
 
 const char* BK_reply_getJsonData(BKReplyHandle reply) { return BK_reply_getError(reply); }
 
+uint32_t BK_reply_getStatus(BKReplyHandle reply) {
+  if (reply == nullptr) return 0;
+  return static_cast<CBKReply*>(reply)->getStatus();
+}
+
+// Unlike BK_reply_getError, silent on an empty reply: a binding reads every
+// reply and must not spill notes into the station's console.
+const char* BK_reply_getText(BKReplyHandle reply) {
+  if (reply == nullptr) return "";
+  CBKReply* target = static_cast<CBKReply*>(reply);
+  return target->hasData() ? target->getData() : "";
+}
+
 void BK_reply_destroy(BKReplyHandle reply) { delete static_cast<CBKReply*>(reply); }

@@ -22,7 +22,8 @@ std::vector<std::string> split(const char* names) {
 // Each list is one text of names separated by blanks.
 const char* const kCNames =
     "BK_getVersion BK_success BK_reply_getClass BK_reply_isOfClass BK_reply_getMessageID "
-    "BK_reply_getError BK_reply_getJsonData BK_reply_destroy BK_UUTStart BK_UUTCancel "
+    "BK_reply_getError BK_reply_getJsonData BK_reply_destroy BK_reply_getStatus BK_reply_getText "
+    "BK_UUTStart BK_UUTCancel "
     "BK_UID_destroy BK_addAttribute BK_addResult BK_UUTCommit BK_UUTDone BK_setDUTPos "
     "BK_setDUTPosition BK_testSpec_create BK_testResult_create BK_testSpec_destroy "
     "BK_testResult_destroy BK_testSpec_setTestName BK_testSpec_setSubTestName "
