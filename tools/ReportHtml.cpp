@@ -135,8 +135,13 @@ void appendBarChart(std::string& out, const std::string& title, const std::vecto
   int y = 4;
   for (const ChartRow& row : rows) {
     double fraction = maximum > 0 ? std::clamp(row.value / maximum, 0.0, 1.0) : 0.0;
-    std::string label =
-        row.label.size() > 40 ? row.label.substr(0, 39) + "\xE2\x80\xA6" : row.label;
+    std::string label = row.label;
+    if (label.size() > 40) {
+      // Cut on a character boundary, then an ellipsis.
+      size_t cut = 39;
+      while (cut > 0 && (static_cast<unsigned char>(label[cut]) & 0xC0) == 0x80) --cut;
+      label = label.substr(0, cut) + "\xE2\x80\xA6";
+    }
     out += "<text x=\"" + std::to_string(labelWidth - 6) + "\" y=\"" + std::to_string(y + 15) +
            "\" text-anchor=\"end\" font-size=\"12\">";
     appendEscaped(out, label);
