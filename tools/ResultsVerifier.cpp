@@ -15,6 +15,15 @@ bool verifySignedResults(const std::string& keyPath, const std::string& fileText
     reason = "not a JSON object";
     return false;
   }
+  return verifySignedResults(keyPath, fileText, root, reason);
+}
+
+bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
+                         const Json::Value& root, std::string& reason) {
+  if (!root.isObject()) {
+    reason = "not a JSON object";
+    return false;
+  }
   const Json::Value& attributes = root["test_attributes"];
   if (!attributes.isObject()) {
     reason = "no test_attributes";

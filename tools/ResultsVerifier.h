@@ -3,6 +3,8 @@
 #ifndef BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_
 #define BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_
 
+#include <json/json.h>
+
 #include <string>
 
 // True when otter_signature and ocelot_signature of the results file text
@@ -10,5 +12,10 @@
 // false, with a one-line `reason`.
 bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
                          std::string& reason);
+
+// The same check for a file text that the caller has parsed into `root`
+// already, so a large file is parsed once.
+bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
+                         const Json::Value& root, std::string& reason);
 
 #endif  // BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_
