@@ -1,7 +1,9 @@
 // Storing a 256 MiB blob of mixed content (log text, random bytes, zero
-// runs): BK_addBlob against zlib streaming the same file in one pass at its
-// default level (the floor this store can reach) and against `gzip -6`, and
-// the process's peak memory above its baseline while the blob is stored.
+// runs): BK_addBlob, which compresses on several threads, against zlib
+// streaming the same file in one pass at its default level and against
+// `gzip -6`, by the clock; its size against one zlib stream with the same
+// sync flushes; and the process's peak memory above its baseline while the
+// blob is stored.
 //
 // Writes to /vault and /tmp, so it runs only inside the test sandbox:
 //   cmake --build <build-dir> --target run-bench-blob
@@ -134,6 +136,32 @@ Timing zlibFloor(long* size) {
   return elapsed;
 }
 
+// The size of one zlib stream at the default level with a sync flush per
+// 8 KiB, as the store flushes: what the blocks' priming must come close to.
+long singleStreamWithFlushes() {
+  FILE* in = fopen(kSource, "rb");
+  z_stream stream{};
+  deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+  std::vector<unsigned char> input(8192), output(1 << 16);
+  long size = 0;
+  int flush = Z_SYNC_FLUSH;
+  while (flush != Z_FINISH) {
+    size_t got = fread(input.data(), 1, input.size(), in);
+    flush = got == 0 ? Z_FINISH : Z_SYNC_FLUSH;
+    stream.next_in = input.data();
+    stream.avail_in = static_cast<uInt>(got);
+    do {
+      stream.next_out = output.data();
+      stream.avail_out = static_cast<uInt>(output.size());
+      deflate(&stream, flush);
+      size += static_cast<long>(output.size() - stream.avail_out);
+    } while (stream.avail_out == 0);
+  }
+  deflateEnd(&stream);
+  fclose(in);
+  return size;
+}
+
 Timing gzipSix(long* size) {
   Clock clock(RUSAGE_CHILDREN);
   int rc = system("gzip -6 -c /tmp/blob-bench-source.bin > /vault/blob-bench-gzip.gz");
@@ -218,11 +246,15 @@ int main(int argc, char** argv) {
     gzip.push_back(gzipSix(&gzipSize));
   }
   BK_UID_destroy(handle);
+  const long flushedSize = singleStreamWithFlushes();
   remove(kSource);
 
+  // By the clock: the threads only shorten the station's wait.  The machine
+  // may be shared, so the processor times are printed beside it.
   const Timing storeTime = median(store), floorTime = median(floor), gzipTime = median(gzip);
-  const double ratio = storeTime.cpu / floorTime.cpu;
-  const double againstGzip = storeTime.cpu / gzipTime.cpu;
+  const double ratio = storeTime.wall / floorTime.wall;
+  const double againstGzip = storeTime.wall / gzipTime.wall;
+  const double sizeRatio = static_cast<double>(storeSize) / flushedSize;
   const double peakMiB = peakAbove / 1024.0;
   printf("blob of %zu MiB, %d rounds, medians (processor s, wall s):\n", kBlobSize >> 20, rounds);
   printf("  BK_addBlob          %7.2f %7.2f  %10ld bytes  (crc and length %s)\n", storeTime.cpu,
@@ -230,10 +262,14 @@ int main(int argc, char** argv) {
   printf("  zlib one pass (6)   %7.2f %7.2f  %10ld bytes\n", floorTime.cpu, floorTime.wall,
          floorSize);
   printf("  gzip -6             %7.2f %7.2f  %10ld bytes\n", gzipTime.cpu, gzipTime.wall, gzipSize);
-  printf("  time vs zlib        %7.2fx  (target at most 1.15x)\n", ratio);
-  printf("  time vs gzip -6     %7.2fx  (target below 1x)\n", againstGzip);
+  printf("  zlib, 8 KiB flushes                  %10ld bytes\n", flushedSize);
+  printf("  wall time vs zlib   %7.2fx  (target at most 0.6x on 2 cores; processor %.2fx)\n", ratio,
+         storeTime.cpu / floorTime.cpu);
+  printf("  wall time vs gzip -6 %6.2fx  (target below 1x)\n", againstGzip);
+  printf("  size vs zlib with the same flushes %.4fx (target at most 1.01x); vs one pass %.4fx\n",
+         sizeRatio, static_cast<double>(storeSize) / floorSize);
   printf("  peak memory above baseline: %.1f MiB (target under 64 MiB)\n", peakMiB);
-  bool met = intact && ratio <= 1.15 && againstGzip < 1.0 && peakMiB < 64.0;
+  bool met = intact && ratio <= 0.6 && againstGzip < 1.0 && sizeRatio <= 1.01 && peakMiB < 64.0;
   printf("%s\n", met ? "targets met" : "TARGETS MISSED");
   return met ? 0 : 1;
 }

@@ -15,6 +15,7 @@ namespace {
 
 // A session holds tens of thousands of records: keys and constant texts are
 // stored by reference to these literals instead of a copy in each record.
+const Json::StaticString kResults("results");
 const Json::StaticString kTest("test");
 const Json::StaticString kSubTest("sub_test");
 const Json::StaticString kSubSubTest("sub_sub_test");
@@ -79,7 +80,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
   const CBKTestResult& result = *static_cast<CBKTestResult*>(testResult);
 
   try {
-    Json::Value& results = uut->getRootJson()["results"];
+    Json::Value& results = uut->getRootJson()[kResults];
     Json::Value record(Json::objectValue);
     if (!spec.testNameRef().empty()) record[kTest] = spec.testNameRef();
     if (!spec.subTestNameRef().empty()) record[kSubTest] = spec.subTestNameRef();

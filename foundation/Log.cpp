@@ -131,6 +131,33 @@ std::string Util_makeTimestamp(long when) {
 
 std::string Util_makeTimestamp2(long when) { return formatLocalTime(when, "%Y-%m-%d %H:%M:%S"); }
 
+namespace {
+
+// Whether this thread has a batch open, and the lines it holds; the buffer
+// keeps its capacity from one batch to the next.
+thread_local bool batchOpen = false;
+thread_local std::string heldLines;
+
+void writeLine(const char* line) {
+  if (batchOpen) {
+    heldLines.append(line);
+    return;
+  }
+  getLog()->write(line);
+}
+
+}  // namespace
+
+BKLogBatch::BKLogBatch() : outermost_(!batchOpen) { batchOpen = true; }
+
+BKLogBatch::~BKLogBatch() {
+  if (!outermost_) return;
+  batchOpen = false;
+  if (heldLines.empty()) return;
+  getLog()->write(heldLines.c_str());
+  heldLines.clear();
+}
+
 void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text) {
   // Joined as a plain string: a session writes a few lines per result, and a
   // stream's set-up costs more than the rest of the line.
@@ -138,7 +165,7 @@ void bkLogSessionLine(const std::string& uid, const char* function, const std::s
   line.reserve(line.size() + uid.size() + strlen(function) + text.size() + 9);
   line.append(": [").append(uid).append(" - ").append(function).append("]: ");
   line.append(text).append("\n");
-  getLog()->write(line.c_str());
+  writeLine(line.c_str());
 }
 
 void bkLogErrorLine(const char* file, int lineNumber, const char* function,
@@ -146,5 +173,5 @@ void bkLogErrorLine(const char* file, int lineNumber, const char* function,
   std::stringstream line;
   line << Util_makeTimestamp(0) << ": " << file << "(" << lineNumber << ") " << function
        << ": ERROR: " << text << "\n";
-  getLog()->write(&line);
+  writeLine(line.str().c_str());
 }

@@ -46,6 +46,21 @@ std::string Util_makeTimestamp2(long when);
 void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text);
 void bkLogErrorLine(const char* file, int line, const char* function, const std::string& text);
 
+// While one of these lives, the lines this thread logs are held and written
+// to the log in one piece when it ends: an entry point that logs several
+// lines pays for one write, and its lines are in the file before it returns.
+// A batch opened inside another joins the outer one.
+class BKLogBatch {
+ public:
+  BKLogBatch();
+  ~BKLogBatch();
+  BKLogBatch(const BKLogBatch&) = delete;
+  BKLogBatch& operator=(const BKLogBatch&) = delete;
+
+ private:
+  bool outermost_;
+};
+
 // Stream-style helpers: BK_LOG(uid, "a" << b) and BK_LOG_ERROR("a" << b).
 #define BK_LOG(uid, expr)                                      \
   do {                                                         \

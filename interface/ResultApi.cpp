@@ -60,6 +60,8 @@ std::string formProblem(const CBKTestSpec& spec, const CBKTestResult& result) {
 }  // namespace
 
 BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
+  // A result logs three lines or more: one write for all of them.
+  BKLogBatch logBatch;
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
   BK_RETURN_IF_NULL(reply, spec, "testSpecHandle");

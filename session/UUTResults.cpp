@@ -17,6 +17,9 @@ namespace {
 // record how the session itself went.
 const char* const kDataCollectionTest = "Data Collection";
 const int kDefaultMaxTests = 30000;
+// Read for every result: made once, not per call.
+const std::string kSection = "ksinfo";
+const std::string kMaxTestsKey = "MAX_PDATA_TESTS_ALLOWED";
 
 // The name of a priority in the station's list of priorities not sent, and
 // its index in submittedCounts; -1 where it has neither.
@@ -45,7 +48,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   const CBKTestSpec& testSpec = *static_cast<CBKTestSpec*>(spec);
   const CBKTestResult& testResult = *static_cast<CBKTestResult*>(result);
 
-  Json::Value configured = getKSInfo()->getValueFor("ksinfo", "MAX_PDATA_TESTS_ALLOWED");
+  Json::Value configured = getKSInfo()->getValueFor(kSection, kMaxTestsKey);
   int limit = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
   uint32_t total = testPasses + testFailures + testNAs;
   bool exempt = testSpec.testNameRef() == kDataCollectionTest;

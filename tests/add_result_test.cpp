@@ -317,4 +317,22 @@ TEST_F(AddResultTest, DummyFailTestIsAFailingPassFailRecord) {
   EXPECT_EQ(uut_->testFailures, 1u);
 }
 
+TEST_F(AddResultTest, LogLinesAreInTheFileInTheirOrderWhenTheCallReturns) {
+  ASSERT_TRUE(ok({"L"}));
+  EXPECT_FALSE(ok({""}));
+  const std::string log = readLog();
+  const std::string tag = "[" + uut_->getUID() + " - ";
+  const char* const expected[] = {
+      "Entering BK_addResult", "createResult]: BK_PASS result [1 total]", "Exiting BK_addResult",
+      "Entering BK_addResult", ": ERROR: TestName=[], length=[0] SubTestName=[]"};
+  size_t at = log.find(tag);
+  for (const char* line : expected) {
+    at = log.find(line, at);
+    ASSERT_NE(at, std::string::npos) << line << "\n" << log;
+  }
+  // A refusal has no exit line, and every line is whole.
+  EXPECT_EQ(countLines(log, "Exiting BK_addResult"), 1u);
+  EXPECT_EQ(log.back(), '\n');
+}
+
 }  // namespace

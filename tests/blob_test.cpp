@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <string>
 
-#include "data/BlobCompression.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
 #include "support/TestSupport.h"
@@ -255,25 +254,6 @@ TEST_F(BlobStore, StationSettings) {
   EXPECT_FALSE(run(BK_addBlob(handle, "s", "/tmp/s.txt")));
   EXPECT_EQ(text,
             "Can not get the  'STATION_IDENTIFIER' value from the ks_station_info.json file.");
-}
-
-TEST(BlobCompression, RoundTripsAcrossChunkEdgesWithAFlushPerChunk) {
-  const std::string marker("\0\0\xff\xff", 4);  // the empty stored block of a sync flush
-  for (size_t size : {0u, 8191u, 8192u, 8193u, 5u * 8192u}) {
-    const std::string content = sampleBytes(size);
-    writeFile("/tmp/in.bin", content);
-    ASSERT_TRUE(Util_filecompress("/tmp/in.bin", "/tmp/out"));
-    EXPECT_EQ(gunzip("/tmp/out.gz"), content) << size;
-    const std::string packed = readFile("/tmp/out.gz");
-    size_t markers = 0;
-    for (size_t at = packed.find(marker); at != std::string::npos; at = packed.find(marker, at + 1))
-      ++markers;
-    EXPECT_GE(markers, (size + 8191) / 8192) << size;
-  }
-  // Bad paths fail cleanly.
-  EXPECT_FALSE(Util_filecompress("/tmp/absent.bin", "/tmp/none"));
-  EXPECT_FALSE(fileExists("/tmp/none.gz"));
-  EXPECT_FALSE(Util_filecompress("/tmp/in.bin", "/tmp/no/such/dir/out"));
 }
 
 }  // namespace
