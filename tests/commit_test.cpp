@@ -121,12 +121,26 @@ TEST_F(CommitTest, OutOfSequenceVanishedOrEmptySessionsCancel) {
   EXPECT_FALSE(fileExists(dirOf(uut_, "")));
   EXPECT_EQ(countLines(newLog(), "ERROR: " + early), 2u);
 
-  // After a commit: the second one removes the committed directory.
+  // After a commit the directory is the forwarding agent's: a second commit
+  // deletes nothing, and a late blob writes nothing, neither into it nor,
+  // once the agent has taken it, into a new one.  Only an explicit cancel
+  // still retracts it.
   doneSession(1);
   ASSERT_TRUE(commit().success);
-  ASSERT_TRUE(fileExists(dirOf(uut_, ".commit")));
-  EXPECT_FALSE(commit().success);
-  EXPECT_FALSE(fileExists(dirOf(uut_, ".commit")));
+  const std::string committed = dirOf(uut_, ".commit");
+  EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 4), early));
+  EXPECT_TRUE(fileExists(committed + "/results.Json"));
+  writeFile("/tmp/late.txt", "late");
+  EXPECT_TRUE(answered(answerOf(BK_addBlob(uut_, "late", "/tmp/late.txt")), false, 0x80100004u,
+                       "The UUT was already committed, blob not copied: blobs must be added "
+                       "before BK_UUTCommit."));
+  EXPECT_FALSE(fileExists(committed + "/blobs"));
+  ASSERT_EQ(rename(committed.c_str(), "/vault/taken"), 0);
+  EXPECT_FALSE(answerOf(BK_addBlobData(uut_, "late", "late", 4)).success);
+  EXPECT_FALSE(fileExists(committed));
+  ASSERT_EQ(rename("/vault/taken", committed.c_str()), 0);
+  EXPECT_TRUE(answerOf(BK_UUTCancel(uut_)).success);
+  EXPECT_FALSE(fileExists(committed));
 
   doneSession(0);
   EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 4),
