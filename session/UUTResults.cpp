@@ -156,7 +156,8 @@ void CUUT::createDummyFailTest(const char* testName, const char* subTestName,
   BK_testResult_setResult(result, BK_FAIL);
   // Cut to the longest message a result may carry: a longer one would be
   // refused, and with it the failure.
-  BK_testResult_setMessage(result, message, lengthOf(message, 512));
+  const std::string cut = fitted(message, lengthOf(message, 512));
+  BK_testResult_setMessage(result, cut.c_str(), cut.size());
 
   recordingOwnFailure = true;
   BKReplyHandle reply = BK_addResult(this, spec, result);
