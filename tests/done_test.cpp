@@ -115,10 +115,12 @@ TEST_F(DoneTest, ChecksThatThrowFailTheUnit) {
   // to the end never let the unit pass.
   Json::Value info = readyStationInfo();
   info["ksinfo"]["SIGNATURE_EXPIRATION"] = "tomorrow";
+  writeReadyStation(info);
+  CUUT* uut = filled(2);
+  ASSERT_FALSE(uut->pendingFailureActive);
   Json::Value health = sampleHealth();
   health["ethernet_ok"] = 0;
-  writeReadyStation(info, health);
-  CUUT* uut = filled(2);
+  writeFile(kHealthPath, health.toStyledString());
   EXPECT_FALSE(done().success);
   EXPECT_TRUE(uut->pendingFailureActive);
   EXPECT_EQ(uut->state, UUT_STATE_DID);
