@@ -60,10 +60,10 @@ std::string firstBlobNotOnDisk(const Json::Value& blobs, const std::string& sess
   return std::string();
 }
 
-// The hand-over rename; false when it could not be done.
-bool handOver(const std::string& didPath, const std::string& commitPath) {
+// A hand-over rename; false when it could not be done.
+bool handOver(const std::string& from, const std::string& to) {
   try {
-    return Util_fileRename(didPath.c_str(), commitPath.c_str());
+    return Util_fileRename(from.c_str(), to.c_str());
   } catch (...) {
     return false;
   }
@@ -286,7 +286,12 @@ CBKReply* CUUT::commit(bool pass) {
       std::string copyCommitPath = copyPath.substr(0, copyPath.size() - 4) + "commit";
       // The copy is a hand-over of its own: complete on disk before its name.
       Util_syncDirectoryTree(copyPath.c_str());
-      Util_fileRename(copyPath.c_str(), copyCommitPath.c_str());
+      // A copy that cannot take its name stays behind; the main hand-over
+      // goes on.
+      if (!handOver(copyPath, copyCommitPath)) {
+        BK_LOG_ERROR("Can not rename '" << copyPath << "', copy not committed");
+        continue;
+      }
       Util_syncDirectory(copyCommitPath.substr(0, copyCommitPath.find_last_of('/')).c_str());
       BK_LOG(UID, copy.logLine);
     }
