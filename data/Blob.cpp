@@ -23,7 +23,24 @@ CBKReply* passReply() {
   return reply;
 }
 
+// The answer to a memory block that did not reach the disk whole; the part
+// that did is removed.  Logged where it was found.
+CBKReply* failedMemoryBlob(const std::string& target, const std::string& text) {
+  if (!target.empty()) remove(target.c_str());
+  CBKReply* reply = new CBKReply();
+  reply->setData(text);
+  reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+  return reply;
+}
+
 }  // namespace
+
+void bkBlobFailure(CBKReply* reply, unsigned message, const std::string& text, const char* file,
+                   int line, const char* function) {
+  reply->setData(text);
+  reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, message));
+  bkLogErrorLine(file, line, function, text);
+}
 
 std::string CBlob::extensionOf(const std::string& path) {
   // Taken from the whole path, as the forwarding side has always named blobs.
@@ -39,8 +56,7 @@ CBKReply* CBlob::createDirs(const std::string& directory) {
   if (Util_directoryExists(directory.c_str())) {
     reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
   } else {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM,
-                  "Can not create blob directory");
+    BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, "Can not create blob directory");
   }
   return reply;
 }
@@ -49,33 +65,37 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
                       const std::string& source) {
   const std::string missing =
       "either the blob file or the referenced directory doesn't exist: " + source;
+  CBKReply* reply = new CBKReply();
+  std::string target;
   try {
     if (!Util_fileExists(source.c_str())) {
-      CBKReply* reply = new CBKReply();
-      BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM, missing);
+      BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, missing);
       return reply;
     }
     const std::string directory = blobDirectoryOf(base);
-    const std::string target = directory + safeName + extensionOf(source);
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob dirs");
       CBKReply* made = createDirs(directory);
-      if (!BK_success(made)) return made;
+      if (!BK_success(made)) {
+        delete reply;
+        return made;
+      }
       delete made;
     }
+    target = directory + safeName + extensionOf(source);
     BK_LOG(kBlankUID, "Copying from '" << source << "' to '" << target << "'");
-    if (!Util_fileCopy(source.c_str(), target.c_str(), true)) {
-      CBKReply* reply = new CBKReply();
-      BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM, missing);
+    if (Util_fileCopy(source.c_str(), target.c_str(), true)) {
+      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
       return reply;
     }
-    return passReply();
+    BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, missing);
   } catch (...) {
-    CBKReply* reply = new CBKReply();
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
-                  std::string(__FUNCTION__) + "WHOOPS! unhandled exception!");
-    return reply;
+    BK_BLOB_FAILURE(reply, BK_MSG_ERROR_API_UNHANDLED,
+                    std::string(__FUNCTION__) + "WHOOPS! unhandled exception!");
   }
+  // A torn copy must not stay behind to travel with the session.
+  if (!target.empty()) remove(target.c_str());
+  return reply;
 }
 
 // A failure to write the block is reported in the reply as a file-system
@@ -84,9 +104,9 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
 CBKReply* CBlob::copyFromMemory(const std::string& base, const std::string& safeName,
                                 const void* data, long length) {
   if (data == nullptr) return passReply();
+  std::string target;
   try {
     const std::string directory = blobDirectoryOf(base);
-    const std::string target = directory + safeName;
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob data dirs");
       CBKReply* made = createDirs(directory);
@@ -101,9 +121,11 @@ CBKReply* CBlob::copyFromMemory(const std::string& base, const std::string& safe
       BK_LOG_ERROR(text.str());
       throw exception_with_string(text.str());
     }
+    target = directory + safeName;
     FILE* file = fopen(target.c_str(), "wb");
     if (file == nullptr) {
       std::string text = std::string(__FUNCTION__) + ": Could not open blob file '" + target + "'";
+      target.clear();  // not ours to remove
       BK_LOG_ERROR(text);
       throw exception_with_string(text);
     }
@@ -120,13 +142,8 @@ CBKReply* CBlob::copyFromMemory(const std::string& base, const std::string& safe
     }
     return passReply();
   } catch (const exception_with_string& error) {
-    CBKReply* reply = new CBKReply();
-    reply->setData(error.getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
-    return reply;
+    return failedMemoryBlob(target, error.getErrorMessage());
   } catch (const std::exception& error) {
-    CBKReply* reply = new CBKReply();
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM, error.what());
-    return reply;
+    return failedMemoryBlob(target, error.what());
   }
 }

@@ -21,4 +21,13 @@ class CBlob {
   static std::string extensionOf(const std::string& path);
 };
 
+// Fails `reply` for a blob that was not stored, with the fail bit whatever the
+// station's policy: a success would tell the station that its file was kept.
+// The text is logged as an error at the given position.
+void bkBlobFailure(CBKReply* reply, unsigned message, const std::string& text, const char* file,
+                   int line, const char* function);
+
+#define BK_BLOB_FAILURE(reply, message, text) \
+  bkBlobFailure((reply), (message), (text), __FILE__, __LINE__, __FUNCTION__)
+
 #endif  // BRAMBLEKIT_DATA_BLOB_H_

@@ -9,6 +9,7 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <vector>
 
@@ -28,21 +29,26 @@ long Util_fileSize(const char* path) {
 
 namespace {
 
-// Copies what is left of `in` to `out`.  The kernel copies it where it can,
-// without passing the bytes through this process; otherwise fixed-size chunks
-// keep memory flat, since blobs may be a gigabyte.  A short copy shows in the
-// size check of the caller.
-void copyContents(int in, int out) {
-  for (;;) {
-    ssize_t copied = copy_file_range(in, nullptr, out, nullptr, 1 << 30, 0);
-    if (copied > 0) continue;
-    if (copied == 0) return;
+// Copies `size` bytes of `in` to `out`, and no more: a file that grows
+// meanwhile (a log still being written) is copied as it was measured.  The
+// kernel copies where it can, without passing the bytes through this process;
+// otherwise fixed-size chunks keep memory flat, since blobs may be a gigabyte.
+// A short copy shows in the size check of the caller.
+void copyContents(int in, int out, long size) {
+  off_t left = size;
+  while (left > 0) {
+    ssize_t copied = copy_file_range(in, nullptr, out, nullptr, static_cast<size_t>(left), 0);
+    if (copied > 0) {
+      left -= copied;
+      continue;
+    }
+    if (copied == 0) return;  // the source shrank
     if (errno == EINTR) continue;
     break;  // not supported between these files: copy by hand
   }
   std::vector<char> buffer(1 << 20);
-  for (;;) {
-    ssize_t got = read(in, buffer.data(), buffer.size());
+  while (left > 0) {
+    ssize_t got = read(in, buffer.data(), static_cast<size_t>(std::min<off_t>(left, 1 << 20)));
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return;
     for (ssize_t written = 0; written < got;) {
@@ -51,6 +57,7 @@ void copyContents(int in, int out) {
       if (put <= 0) return;
       written += put;
     }
+    left -= got;
   }
 }
 
@@ -73,9 +80,13 @@ bool Util_fileCopy(const char* source, const char* destination, bool overwrite) 
   }
   struct stat info;
   const long sourceSize = fstat(in, &info) == 0 ? static_cast<long>(info.st_size) : 0;
-  copyContents(in, out);
+  copyContents(in, out, sourceSize);
   close(in);
-  close(out);
+  // Some file systems report a full disk only when the file is closed.
+  if (close(out) != 0) {
+    BK_LOG_ERROR("Could not finish writing destination file '" << destination << "'.");
+    return false;
+  }
 
   if (!Util_fileExists(destination)) {
     BK_LOG_ERROR("Destination file '" << destination
@@ -130,17 +141,21 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
   if (!Util_fileExists(to.c_str())) Util_createDirectories(to.c_str());
 
   DIR* dir = opendir(from.c_str());
-  if (dir == nullptr) return true;
+  if (dir == nullptr) return false;
+  // A file that fails does not stop the walk, but the copy is then not whole.
+  bool whole = true;
   while (struct dirent* entry = readdir(dir)) {
     std::string name = entry->d_name;
     if (entry->d_type == DT_REG) {
-      Util_fileCopy((from + name).c_str(), (to + name).c_str(), true);
+      whole = Util_fileCopy((from + name).c_str(), (to + name).c_str(), true) && whole;
     } else if (entry->d_type == DT_DIR && name != "." && name != "..") {
-      Util_directoryCopyRecursive((from + name + "/").c_str(), (to + name + "/").c_str(), true);
+      whole = Util_directoryCopyRecursive((from + name + "/").c_str(), (to + name + "/").c_str(),
+                                          true) &&
+              whole;
     }
   }
   if (closedir(dir) != 0) BK_LOG(kWideBlank, "Error with closedir");
-  return true;
+  return whole;
 }
 
 char* Util_replaceCharString(char** target, const char* source, unsigned long length) {

@@ -6,14 +6,15 @@
 
 // The file's size in bytes; 0 when it is absent or empty.
 long Util_fileSize(const char* path);
-// Copies a file and checks the copy's size against the source's.  With
-// overwrite false an existing destination is still truncated; the flag only
-// decides whether it is removed first.
+// Copies a file as large as it is when the copy starts, and checks the copy's
+// size against that.  With overwrite false an existing destination is still
+// truncated; the flag only decides whether it is removed first.
 bool Util_fileCopy(const char* source, const char* destination, bool overwrite);
 // Renames with three retries 500 ms apart for a busy file; after the fourth
 // failure throws the const char* "Can not rename the file after 3 tries".
 bool Util_fileRename(const char* source, const char* destination);
-// Copies a tree of regular files; links and other kinds are skipped.
+// Copies a tree of regular files; links and other kinds are skipped.  False
+// when any file or directory could not be copied; the rest is still copied.
 bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite);
 // Replaces a heap text by a copy of at most `length` bytes of `source`.
 char* Util_replaceCharString(char** target, const char* source, unsigned long length);

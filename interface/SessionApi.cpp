@@ -27,6 +27,17 @@ BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
     return reply;
   }
   CUUT* uut = new CUUT();
+  // No session without its directory: nothing it is given could be kept.
+  if (!uut->isUIDValid()) {
+    const std::string text =
+        "From BK_UUTStart: Could not create the UUT directory '" + uut->getPath() + "'";
+    delete uut;
+    *outHandle = nullptr;
+    reply->setData(text);
+    reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+    BK_LOG_ERROR(text);
+    return reply;
+  }
   *outHandle = uut;
   writeBramblekitVersionToFile();
   // Logged only now, since the line carries the new session's UID.

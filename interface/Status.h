@@ -27,4 +27,10 @@ const char* bkMessageName(unsigned message);
 // The fail bit: 0x80000000.
 inline constexpr unsigned kStatusFailBit = 1u << 31;
 
+// A failure that no policy entry lowers: for answers whose success would tell
+// the station that something was kept or handed over when it was not.
+inline constexpr unsigned bkFailureStatus(unsigned msgClass, unsigned message) {
+  return kStatusFailBit | (msgClass << 20) | message;
+}
+
 #endif  // BRAMBLEKIT_INTERFACE_STATUS_H_

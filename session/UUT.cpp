@@ -130,7 +130,20 @@ void CUUT::createTimestampFileSpecific(long t, std::string name) {
   rootJson["test_attributes"][name] = text;
 }
 
+namespace {
+
+// Whether `t` is a local time at all; beyond the calendar's range the text
+// would be made from nothing.  0 stands for now.
+bool isLocalTime(long t) {
+  const time_t when = static_cast<time_t>(t);
+  struct tm local;
+  return t == 0 || localtime_r(&when, &local) != nullptr;
+}
+
+}  // namespace
+
 bool CUUT::createSpecificStartTime(long t) {
+  if (!isLocalTime(t)) return false;
   std::string text = Util_makeTimestamp2(t);
   if (text.empty()) return false;
   rootJson["test_attributes"][uut_startTime] = text;
@@ -139,6 +152,7 @@ bool CUUT::createSpecificStartTime(long t) {
 }
 
 bool CUUT::createSpecificStopTime(long t) {
+  if (!isLocalTime(t)) return false;
   std::string text = Util_makeTimestamp2(t);
   if (text.empty()) return false;
   rootJson["test_attributes"][uut_stopTime] = text;

@@ -166,6 +166,9 @@ class CUUT {
   bool useStateSuffix;
   bool stopTimeSet;
   bool startTimeSet;
+  // Set while the session records a failure of its own (createDummyFailTest):
+  // that record is never refused by the count limit.
+  bool recordingOwnFailure = false;
   // Keys of the parametric results already in the document, for the
   // duplicate test.
   std::map<std::string, double> parametricKeys;

@@ -79,9 +79,30 @@ CBKReply* blobsSwitchedOff(const std::string& uid, const char* function) {
   return reply;
 }
 
+// The refusal of a blob that has no directory to go to: after commit the
+// directory belongs to the forwarding agent, and a session whose directory is
+// gone must not get it back.  Nothing is written.
+CBKReply* blobsClosed(CUUT* uut, const char* function) {
+  CBKReply* reply = nullptr;
+  if (uut->state == UUT_STATE_COMMIT) {
+    reply = new CBKReply();
+    bkBlobFailure(reply, BK_MSG_ERROR_API_SYNTAX,
+                  "The UUT was already committed, blob not copied: blobs must be added before "
+                  "BK_UUTCommit.",
+                  __FILE__, __LINE__, function);
+  } else if (!uut->isUIDValid()) {
+    reply = new CBKReply();
+    bkBlobFailure(reply, BK_MSG_ERROR_UNIT_ID_INVALID,
+                  "The UUT directory '" + uut->getPath() + "' does not exist, blob not copied.",
+                  __FILE__, __LINE__, function);
+  }
+  return reply;
+}
+
 }  // namespace
 
 CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
+  if (CBKReply* closed = blobsClosed(this, __FUNCTION__)) return closed;
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copy(getPath(), safeName, path);
@@ -93,6 +114,7 @@ CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
 }
 
 CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, long length) {
+  if (CBKReply* closed = blobsClosed(this, __FUNCTION__)) return closed;
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copyFromMemory(getPath(), safeName, data, length);
@@ -105,10 +127,16 @@ CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, lo
 CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
                                         const std::string& displayName) {
   CBKReply* reply = new CBKReply();
-  // Each refusal goes to the log twice: as an error and in the session's lines.
-  auto refuse = [&](const std::string& text, int line) {
+  // The file a refusal leaves behind besides the staged one, if any.
+  std::string finalFile;
+  // A blob is recorded whole or not at all: a refusal removes what was
+  // written for it, and no policy turns it into a success.  Each refusal goes
+  // to the log twice: as an error and in the session's lines.
+  auto refuse = [&](const std::string& text, int line, unsigned message = BK_MSG_ERROR_API_SYNTAX) {
+    remove(stagedPath.c_str());
+    if (!finalFile.empty()) remove(finalFile.c_str());
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+    reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, message));
     bkLogErrorLine(__FILE__, line, "CreatBlobZipAndMetaFile", text);
     bkLogSessionLine(UID, "CreatBlobZipAndMetaFile", text);
     return reply;
@@ -152,7 +180,6 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
     const long limit = blobSizeLimit();
 
     Json::Value record(Json::objectValue);
-    bool stored = false;
     if (isCompressedExtension(CBlob::extensionOf(stagedPath))) {
       long size = Util_fileSize(stagedPath.c_str());
       if (size > limit) {
@@ -160,14 +187,19 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
                           "] exceeded blob size limit[" + std::to_string(limit) + "]",
                       __LINE__);
       }
-      stored = Util_fileRename(stagedPath.c_str(), finalPath.c_str());
+      finalFile = finalPath;
+      Util_fileRename(stagedPath.c_str(), finalPath.c_str());
       record["file_name"] = finalName;
       record["file_size"] = std::to_string(size);
-      if (stored) BK_LOG(UID, "Zipped blob copied successfully");
+      BK_LOG(UID, "Zipped blob copied successfully");
     } else {
-      stored = Util_filecompress(stagedPath, finalPath);
-      const std::string compressedPath = finalPath + ".gz";
-      long size = Util_fileSize(compressedPath.c_str());
+      finalFile = finalPath + ".gz";
+      if (!Util_filecompress(stagedPath, finalPath)) {
+        return refuse(
+            std::string(__FUNCTION__) + "Could not compress the blob file '" + stagedPath + "'",
+            __LINE__);
+      }
+      long size = Util_fileSize(finalFile.c_str());
       if (size > limit) {
         // The number in brackets has never meant anything; the servers'
         // parsers expect one there.
@@ -181,20 +213,13 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
     }
     record["display_name"] = displayName;
     record["retention_policy"] = Json::Value(static_cast<Json::UInt>(retentionPolicy));
-    // Recorded before the outcome is known; commit does not look at it.
     rootJson["blobs"].append(record);
 
-    if (stored) {
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
-      if (Util_fileExists(stagedPath.c_str())) remove(stagedPath.c_str());
-      return reply;
-    }
-    return refuse(
-        std::string(__FUNCTION__) + "Could not compress the blob file '" + stagedPath + "'",
-        __LINE__);
-  } catch (...) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
-                  std::string(__FUNCTION__) + "WHOOPS! unhandled exception!");
+    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    if (Util_fileExists(stagedPath.c_str())) remove(stagedPath.c_str());
     return reply;
+  } catch (...) {
+    return refuse(std::string(__FUNCTION__) + "WHOOPS! unhandled exception!", __LINE__,
+                  BK_MSG_ERROR_API_UNHANDLED);
   }
 }

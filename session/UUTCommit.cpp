@@ -2,6 +2,7 @@
 // file written, verified, renamed and signed, and the one rename that hands
 // the directory to the forwarding agent.
 #include <stdio.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -44,6 +45,30 @@ std::string hexLine(const char* label, unsigned long value) {
   return text;
 }
 
+// The file name of the first blob record whose file is not in the session's
+// "blobs" directory with the recorded size, or "" when all are.
+std::string firstBlobNotOnDisk(const Json::Value& blobs, const std::string& sessionPath) {
+  for (const Json::Value& blob : blobs) {
+    const std::string name = blob["file_name"].asString();
+    const std::string file = sessionPath + blobsDirectoryName + platformPathSeparator + name;
+    struct stat info;
+    if (stat(file.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
+        std::to_string(info.st_size) != blob["file_size"].asString()) {
+      return name;
+    }
+  }
+  return std::string();
+}
+
+// A hand-over rename; false when it could not be done.
+bool handOver(const std::string& from, const std::string& to) {
+  try {
+    return Util_fileRename(from.c_str(), to.c_str());
+  } catch (...) {
+    return false;
+  }
+}
+
 // A stream that does not open is passed over: verification tells.
 void writeText(std::ofstream& out, const std::string& text) {
   if (!out.is_open()) return;
@@ -53,40 +78,59 @@ void writeText(std::ofstream& out, const std::string& text) {
 
 }  // namespace
 
+// Fails the reply of commit at the caller's line, logging the text as an
+// error once or twice.  A macro, so that the line and the function logged are
+// those of the step that failed.
+#define COMMIT_FAIL(message, text, twice)                                         \
+  do {                                                                            \
+    const std::string commit_text_ = (text);                                      \
+    reply->setData(commit_text_);                                                 \
+    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, (message))); \
+    BK_LOG_ERROR(commit_text_);                                                   \
+    if (twice) BK_LOG_ERROR(commit_text_);                                        \
+  } while (0)
+
+// The same for a session that is held back as UID.did: the fail bit is set
+// whatever the station's policy, since a success would tell the station that
+// the unit went to the forwarding agent.
+#define COMMIT_HOLD_BACK(text)                                                          \
+  do {                                                                                  \
+    const std::string commit_text_ = (text);                                            \
+    reply->setData(commit_text_);                                                       \
+    reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX)); \
+    BK_LOG_ERROR(commit_text_);                                                         \
+  } while (0)
+
 CBKReply* CUUT::commit(bool pass) {
   CBKReply* reply = new CBKReply();
-  auto fail = [&](unsigned message, const std::string& text, bool twice) {
-    reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, message));
-    BK_LOG_ERROR(text);
-    if (twice) BK_LOG_ERROR(text);
-  };
-  auto cancelQuietly = [&]() { delete cancel(); };
 
   bool doRename = true;
   try {
     if (state != UUT_STATE_DID) {
-      fail(BK_MSG_ERROR_API_SYNTAX, " CANCELING TEST: Valid UID but apis calls out of sequnce.",
-           true);
-      cancelQuietly();
+      COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX,
+                  " CANCELING TEST: Valid UID but apis calls out of sequnce.", true);
+      // A committed session is no longer the library's to delete: its
+      // directory may be on its way with the forwarding agent.
+      if (state != UUT_STATE_COMMIT) delete cancel();
       return reply;
     }
     std::string path = getPath();
     if (!Util_fileExists(path.c_str()) || !Util_directoryExists(path.c_str())) {
-      fail(BK_MSG_ERROR_UNIT_ID_INVALID,
-           "CANCELING TEST: Invalid UID, filesystem does not contain reference to this UID in '" +
-               path + "'",
-           true);
-      cancelQuietly();
+      COMMIT_FAIL(BK_MSG_ERROR_UNIT_ID_INVALID,
+                  "CANCELING TEST: Invalid UID, filesystem does not contain reference to this "
+                  "UID in '" +
+                      path + "'",
+                  true);
+      delete cancel();
       return reply;
     }
     // A session with no results at all ends here, deleted.
     if (testFailures == 0 && testPasses == 0 && testNAs == 0) {
-      fail(BK_MSG_ERROR_API_SYNTAX,
-           "CANCELING TEST: total Failures[0], total Passes[0] and total testNAs[0]. Make sure "
-           "that you execute at least one test",
-           true);
-      cancelQuietly();
+      COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX,
+                  "CANCELING TEST: total Failures[0], total Passes[0] and total testNAs[0]. Make "
+                  "sure that you execute at least one test",
+                  true);
+      delete cancel();
       return reply;
     }
 
@@ -110,7 +154,7 @@ CBKReply* CUUT::commit(bool pass) {
         std::ostringstream text;
         text << "Cannot commit PASS with [" << testFailures
              << "] failing tests, Otter FAILing the test";
-        fail(BK_MSG_ERROR_API_SYNTAX, text.str(), false);
+        COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX, text.str(), false);
       }
     } else {
       if (onlyDummyFailure) {
@@ -134,22 +178,30 @@ CBKReply* CUUT::commit(bool pass) {
     }
 
     if (!wasAttributeSerialNumberCreated()) {
-      fail(BK_MSG_ERROR_API_SYNTAX,
-           "UUTCommit() was called before a 'serial number' attribute was added, NOT committing "
-           "the test results.",
-           false);
+      COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX,
+                  "UUTCommit() was called before a 'serial number' attribute was added, NOT "
+                  "committing the test results.",
+                  false);
       return reply;
     }
     if (pendingFailure && pendingFailureName == kSerialActiveName) {
-      cancelQuietly();
-      fail(BK_MSG_ERROR_API_SYNTAX,
-           "INVALID_SERIAL_NUMBER, NOT committing CANCELING test ERROR: [ACTIVE]", false);
+      delete cancel();
+      COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX,
+                  "INVALID_SERIAL_NUMBER, NOT committing CANCELING test ERROR: [ACTIVE]", false);
       return reply;
     }
     if (pendingFailure && pendingFailureName == kSerialPassiveName) {
       // Written, but never handed over.
       BK_LOG(UID, "INVALID_SERIAL_NUMBER, NOT committing ERROR: [PASSIVE]");
       doRename = false;
+    }
+    // Every blob the results name goes with them, whole.
+    std::string missingBlob = firstBlobNotOnDisk(rootJson["blobs"], path);
+    if (!missingBlob.empty()) {
+      COMMIT_HOLD_BACK("Blob file '" + missingBlob +
+                       "' is missing or not of its recorded size, NOT committing the test "
+                       "results.");
+      return reply;
     }
 
     // First write.  The text is rendered once and written as it is, so that
@@ -186,12 +238,10 @@ CBKReply* CUUT::commit(bool pass) {
       }
       if (!Util_verify_results_json(tmpPath.c_str())) {
         // No cancel: the directory stays UID.did for someone to look at.
-        std::string text =
-            "::Second time results json file verification failed, check sanity of the station";
-        reply->setData(text);
-        reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
-        BK_LOG_ERROR(text);
-        BK_LOG_ERROR(text);
+        COMMIT_FAIL(
+            BK_MSG_ERROR_API_SYNTAX,
+            "::Second time results json file verification failed, check sanity of the station",
+            true);
         return reply;
       }
     }
@@ -205,15 +255,19 @@ CBKReply* CUUT::commit(bool pass) {
       BK_LOG(UID, "Can not rename the results file from .tmp to .Json");
     }
     if (!Util_fileExists(resultsPath.c_str())) {
-      fail(BK_MSG_ERROR_API_SYNTAX, "CANCELING the test: results.json file not found", true);
-      cancelQuietly();
+      COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX, "CANCELING the test: results.json file not found", true);
+      delete cancel();
       return reply;
     }
 
+    // An unsigned file is never handed over: the session stays UID.did, and
+    // commit may be called again once the cause (a full disk) is gone.
     if (signJsonResults(resultsPath)) {
       BK_LOG(UID, "Signed test results successfully");
     } else {
       BK_LOG(UID, "Either Digital Signing OFF or can not sign the test results");
+      COMMIT_HOLD_BACK("Can not sign the test results, NOT committing the test results.");
+      return reply;
     }
 
     state = UUT_STATE_COMMIT;
@@ -222,12 +276,22 @@ CBKReply* CUUT::commit(bool pass) {
       if (!Util_featureON(copy.feature)) continue;
       std::string copyPath = didPath;
       copyPath.insert(kUutDataSeparator, copy.inserted);
-      if (!Util_directoryCopyRecursive(didPath.c_str(), copyPath.c_str(), true)) continue;
+      // A copy that is not whole is never handed over under its final name.
+      if (!Util_directoryCopyRecursive(didPath.c_str(), copyPath.c_str(), true)) {
+        BK_LOG_ERROR("Test results could not be copied whole to '" << copyPath
+                                                                   << "', copy not committed");
+        continue;
+      }
       if (!doRename) continue;
       std::string copyCommitPath = copyPath.substr(0, copyPath.size() - 4) + "commit";
       // The copy is a hand-over of its own: complete on disk before its name.
       Util_syncDirectoryTree(copyPath.c_str());
-      Util_fileRename(copyPath.c_str(), copyCommitPath.c_str());
+      // A copy that cannot take its name stays behind; the main hand-over
+      // goes on.
+      if (!handOver(copyPath, copyCommitPath)) {
+        BK_LOG_ERROR("Can not rename '" << copyPath << "', copy not committed");
+        continue;
+      }
       Util_syncDirectory(copyCommitPath.substr(0, copyCommitPath.find_last_of('/')).c_str());
       BK_LOG(UID, copy.logLine);
     }
@@ -237,16 +301,19 @@ CBKReply* CUUT::commit(bool pass) {
       // the results, the blobs and the directory's entries reach the disk
       // first, and the rename itself after.
       Util_syncDirectoryTree(didPath.c_str());
-      Util_fileRename(didPath.c_str(), getPath().c_str());
+      if (!handOver(didPath, getPath())) {
+        state = UUT_STATE_DID;
+        COMMIT_HOLD_BACK("Can not rename '" + didPath + "' to '" + getPath(UUT_STATE_COMMIT) +
+                         "', NOT committing the test results.");
+        return reply;
+      }
       Util_syncDirectory(vaultuutdataPath);
       BK_LOG(UID, "Test results committed");
       reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
     }
   } catch (...) {
-    std::string text = std::string("commit") + "WHOOPS! unhandled exception!";
-    reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
-    BK_LOG_ERROR(text);
+    COMMIT_FAIL(BK_MSG_ERROR_API_UNHANDLED, std::string("commit") + "WHOOPS! unhandled exception!",
+                false);
   }
   return reply;
 }

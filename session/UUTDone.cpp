@@ -22,6 +22,21 @@
 #include "sfc/UnitCheckThread.h"
 #include "station/Features.h"
 
+// Every line of done names done, also those written by its helpers below.
+#define DONE_LOG(uid, expr)                                \
+  do {                                                     \
+    std::ostringstream done_log_text_;                     \
+    done_log_text_ << expr;                                \
+    bkLogSessionLine((uid), "done", done_log_text_.str()); \
+  } while (0)
+
+#define DONE_LOG_ERROR(expr)                                          \
+  do {                                                                \
+    std::ostringstream done_log_text_;                                \
+    done_log_text_ << expr;                                           \
+    bkLogErrorLine(__FILE__, __LINE__, "done", done_log_text_.str()); \
+  } while (0)
+
 namespace {
 
 std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData() : ""; }
@@ -82,7 +97,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   if (!BK_isSignatureOK(reply)) {
     uut->pendingFailure = true;
     stream << "ERROR: ks_station_info signature NOT OK," << textOf(reply);
-    BK_LOG(UID, stream.str());
+    DONE_LOG(UID, stream.str());
     uut->pendingFailureName = "Signature  NOT OK [ACTIVE]:";
     uut->pendingFailureDetail = textOf(reply);
     uut->pendingFailureActive = true;
@@ -101,7 +116,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   if (!uut->pendingFailureActive && !BK_isSigExpOK(reply)) {
     uut->pendingFailure = true;
     stream << "Signature NOT OK [PASSIVE]: " << textOf(reply);
-    BK_LOG(UID, stream.str());
+    DONE_LOG(UID, stream.str());
     uut->pendingFailureName = "Signature NOT OK [PASSIVE]: ";
     uut->pendingFailureDetail = textOf(reply);
     uut->pendingFailureActive = false;
@@ -119,13 +134,13 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
     std::string checkText = textOf(reply);
     if (lifelineIntIsOne(row.lifelineKey)) {
       stream << row.activeText << checkText;
-      BK_LOG_ERROR(stream.str());
+      DONE_LOG_ERROR(stream.str());
       uut->pendingFailureName = row.activeName;
       uut->pendingFailureDetail = row.detailIsRowText ? row.activeText : checkText;
       uut->pendingFailureActive = true;
     } else {
       stream << row.passiveText << checkText;
-      BK_LOG(UID, stream.str());
+      DONE_LOG(UID, stream.str());
       uut->pendingFailureName = row.passiveName;
       uut->pendingFailureDetail = row.detailIsRowText ? row.passiveText : checkText;
       uut->pendingFailureActive = false;
@@ -145,12 +160,12 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
   uut->pendingFailureName = namePrefix + (active ? " [ACTIVE]" : " [PASSIVE]");
   uut->pendingFailureDetail = detail;
   if (active) {
-    BK_LOG_ERROR(stream.str());
+    DONE_LOG_ERROR(stream.str());
     reply->setData(stream.str());
     reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
-    BK_LOG(UID, stream.str());
+    DONE_LOG(UID, stream.str());
   } else {
-    BK_LOG(UID, stream.str());
+    DONE_LOG(UID, stream.str());
     reply->setStatus(0);
     reply->setData("");
   }
@@ -173,17 +188,17 @@ static std::string cutOutOfProcessText(std::string line) {
 static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& stream,
                               std::ifstream& response, const std::string& responsePath) {
   const std::string& UID = uut->UID;
-  BK_LOG(UID, "Entering done thread section");
+  DONE_LOG(UID, "Entering done thread section");
 
   int killResult = -1;
   if (sfcUnitThreadProbe(uut) != ESRCH) {
-    BK_LOG(UID, "Thread Alive: sfc-threadid=[" << uut->sfcUnitThread << "]");
+    DONE_LOG(UID, "Thread Alive: sfc-threadid=[" << uut->sfcUnitThread << "]");
     killResult = sfcUnitThreadSignal(uut, SIGALRM);
     if (killResult == 0) {
       // Says only that the signal was delivered.
-      BK_LOG(UID, "Thread NOT Alive now");
+      DONE_LOG(UID, "Thread NOT Alive now");
     } else {
-      BK_LOG(UID, "Thread still Alive now trying again");
+      DONE_LOG(UID, "Thread still Alive now trying again");
       killResult = sfcUnitThreadSignal(uut, SIGALRM);
     }
 
@@ -191,16 +206,16 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
     Json::Value timeout = getKSInfo()->getValueFor("ksinfo", "SFC_TIMEOUT");
     time_t created = uut->timeWhenSFCThreadCreated;
     if (!timeout.isInt() || created < 0) {
-      BK_LOG(UID, "Can not read values from ks_station_info.json file");
+      DONE_LOG(UID, "Can not read values from ks_station_info.json file");
     } else {
       int limit = timeout.asInt();
-      BK_LOG(UID, "SFC_QUERY_UNIT: SFC_TIMEOUT[" << limit << "]");
+      DONE_LOG(UID, "SFC_QUERY_UNIT: SFC_TIMEOUT[" << limit << "]");
       time_t now = time(nullptr);
       int32_t difference = static_cast<int32_t>(now - created);
       if (difference < limit) {
-        BK_LOG(UID, "SFC_QUERY_UNIT: timeNow[" << now << "] - timeWhenSFCThreadCreated [" << created
-                                               << "] = [" << difference << "] < SFC_TIMEOUT ["
-                                               << limit << "] no action required.");
+        DONE_LOG(UID, "SFC_QUERY_UNIT: timeNow["
+                          << now << "] - timeWhenSFCThreadCreated [" << created << "] = ["
+                          << difference << "] < SFC_TIMEOUT [" << limit << "] no action required.");
       } else {
         timedOut = true;
       }
@@ -209,23 +224,23 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
     if (timedOut && killResult == 0 && !Util_fileExists(responsePath.c_str())) {
       std::string killed = "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + UID + "]";
       stream << killed;
-      BK_LOG(UID, killed);
+      DONE_LOG(UID, killed);
       bool active = lifelineIsInteger1("BK_MSG_ERROR_SFC_QUERY_UNIT");
       stream << (active ? " [ACTIVE]" : " [PASSIVE]");
       recordSFCFailure(uut, reply, stream, active, "SFC_QUERY_UNIT", killed,
                        BK_MSG_ERROR_SFC_QUERY_UNIT);
     } else {
-      BK_LOG(UID,
-             "End of running thread : probably fatal error has already happened or SFC_TIMEOUT "
-             "value for SFC_QUERY_UNIT within the limit or invalid ["
-                 << killResult << "]");
+      DONE_LOG(UID,
+               "End of running thread : probably fatal error has already happened or SFC_TIMEOUT "
+               "value for SFC_QUERY_UNIT within the limit or invalid ["
+                   << killResult << "]");
     }
   }
 
   // A file that appeared after the stream was opened counts as unopened.
   std::string line;
   if (!Util_fileExists(responsePath.c_str()) || !response.is_open() || response.fail()) {
-    BK_LOG(UID, "server response file does not exists or fails to open file or thread killed?");
+    DONE_LOG(UID, "server response file does not exists or fails to open file or thread killed?");
     return;
   }
   std::getline(response, line);
@@ -245,10 +260,31 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
     recordSFCFailure(uut, reply, stream, active, "UNIT_OUT_OF_PROCESS", text,
                      BK_MSG_ERROR_UNIT_OUT_OF_PROCESS);
   } else if (line.find("OK") != std::string::npos) {
-    BK_LOG(UID, "Unit processed : OK");
+    DONE_LOG(UID, "Unit processed : OK");
   } else {
-    BK_LOG(UID, line);
+    DONE_LOG(UID, line);
   }
+}
+
+// A rename that keeps failing throws after its retries; it is logged here
+// rather than thrown at the station.
+static bool renameSessionDirectory(CUUT* uut, UUTState from, UUTState to) {
+  try {
+    return Util_fileRename(uut->getPath(from).c_str(), uut->getPath(to).c_str());
+  } catch (...) {
+    DONE_LOG_ERROR("Can not rename '" << uut->getPath(from) << "'");
+    return false;
+  }
+}
+
+// The answer to a session whose directory did not move: a file-system
+// failure that no policy lowers, since the station must not commit it.
+static void failNotMoved(CUUT* uut, CBKReply* reply, UUTState from, UUTState to) {
+  const std::string text = "Could not rename the UUT directory '" + uut->getPath(from) + "' to '" +
+                           uut->getPath(to) + "'";
+  reply->setData(text);
+  reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+  DONE_LOG_ERROR(text);
 }
 
 CBKReply* CUUT::done() {
@@ -264,7 +300,7 @@ CBKReply* CUUT::done() {
     text << " to=" << state_names[UUT_STATE_DONE];
     reply->setData(text.str());
     reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
-    BK_LOG_ERROR(text.str());
+    DONE_LOG_ERROR(text.str());
     return reply;
   }
 
@@ -272,10 +308,19 @@ CBKReply* CUUT::done() {
   try {
     checkStationAtDone(this, reply, stream);
   } catch (...) {
-    std::string text = std::string("done") + "WHOOPS! unhandled exception!";
+    // The station was not checked to the end, and that can never pass: the
+    // unit is recorded with an ACTIVE failure, whatever the policy says.
+    const std::string text = std::string("done") + "WHOOPS! unhandled exception!";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
-    BK_LOG_ERROR(text);
+    reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    DONE_LOG_ERROR(text);
+    if (!pendingFailureActive) {
+      pendingFailureName = "Station checks not completed [ACTIVE]:";
+      pendingFailureDetail = text;
+      pendingFailureMessage = text;
+    }
+    pendingFailure = pendingFailureActive = true;
+    stream << text;
   }
 
   CResultBrick::resetFileCounter();
@@ -287,11 +332,11 @@ CBKReply* CUUT::done() {
     if (Util_featureON("SFC_QUERY_UNIT_ON_OFF") && !pendingFailureActive) {
       doneThreadSection(this, reply, stream, response, responsePath);
     } else {
-      BK_LOG(UID, "SFC_QUERY/UOP FEATURE set to [OFF] or FATAL ERROR already happened");
+      DONE_LOG(UID, "SFC_QUERY/UOP FEATURE set to [OFF] or FATAL ERROR already happened");
     }
     if (response.is_open()) response.close();
     if (Util_fileExists(responsePath.c_str())) {
-      BK_LOG(UID, "deleting server response file, no longer needed [" << responsePath << "]");
+      DONE_LOG(UID, "deleting server response file, no longer needed [" << responsePath << "]");
       unlink(responsePath.c_str());
     }
   }
@@ -305,35 +350,34 @@ CBKReply* CUUT::done() {
   }
 
   uint32_t total = testPasses + testFailures + testNAs;
-  BK_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
-  BK_LOG(UID, "Total tests [Passed] = [" << testPasses << "]");
-  BK_LOG(UID, "Total tests [Failed] = [" << testFailures << "]");
+  DONE_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
+  DONE_LOG(UID, "Total tests [Passed] = [" << testPasses << "]");
+  DONE_LOG(UID, "Total tests [Failed] = [" << testFailures << "]");
   if (testNAs != 0) {
-    BK_LOG(UID, "Total tests [NAs] = [" << testNAs << "]");
-    BK_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
+    DONE_LOG(UID, "Total tests [NAs] = [" << testNAs << "]");
+    DONE_LOG(UID, "Total tests [Passed + Failed + NAs] = [" << total << "]");
   } else {
-    BK_LOG(UID, "Total tests [Passed + Failed] = [" << testPasses + testFailures << "]");
+    DONE_LOG(UID, "Total tests [Passed + Failed] = [" << testPasses + testFailures << "]");
   }
-  if (notSentCount != 0) BK_LOG(UID, "Total tests [NotSentToTRAX] = [" << notSentCount << "]");
+  if (notSentCount != 0) DONE_LOG(UID, "Total tests [NotSentToTRAX] = [" << notSentCount << "]");
 
-  // Results of the renames are not looked at: the session moves on in any
-  // case.  A rename that keeps failing throws after its retries; that is
-  // logged here rather than thrown at the station.
-  try {
-    Util_fileRename(getPath(UUT_STATE_OPEN).c_str(), getPath(UUT_STATE_DONE).c_str());
-  } catch (...) {
-    BK_LOG_ERROR("Can not rename '" << getPath(UUT_STATE_OPEN) << "'");
+  // The state follows the directory: when a rename fails the session stays
+  // under the name it has on disk, and says so; back in the open state, done
+  // may be called again.
+  if (!renameSessionDirectory(this, UUT_STATE_OPEN, UUT_STATE_DONE)) {
+    failNotMoved(this, reply, UUT_STATE_OPEN, UUT_STATE_DONE);
+    return reply;
   }
   state = UUT_STATE_DONE;
-  try {
-    Util_fileRename(getPath(UUT_STATE_DONE).c_str(), getPath(UUT_STATE_DID).c_str());
-  } catch (...) {
-    BK_LOG_ERROR("Can not rename '" << getPath(UUT_STATE_DONE) << "'");
+  if (!renameSessionDirectory(this, UUT_STATE_DONE, UUT_STATE_DID)) {
+    if (renameSessionDirectory(this, UUT_STATE_DONE, UUT_STATE_OPEN)) state = UUT_STATE_OPEN;
+    failNotMoved(this, reply, UUT_STATE_DONE, UUT_STATE_DID);
+    return reply;
   }
   state = UUT_STATE_DID;
 
   if (!pendingFailure || !pendingFailureActive) {
-    BK_LOG(UID, "Returning success");
+    DONE_LOG(UID, "Returning success");
     reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
   }
   return reply;

@@ -9,6 +9,7 @@
 #include "data/TestRecords.h"
 #include "foundation/StationFiles.h"
 #include "interface/EntryFrame.h"
+#include "interface/Status.h"
 #include "session/UUT.h"
 
 namespace {
@@ -48,10 +49,25 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   const CBKTestSpec& testSpec = *static_cast<CBKTestSpec*>(spec);
   const CBKTestResult& testResult = *static_cast<CBKTestResult*>(result);
 
+  // A verdict that is none of the three would be counted nowhere and stored
+  // nowhere: refused, whatever the policy, so no success stands for it.
+  const int32_t verdict = testResult.getResult();
+  if (verdict != BK_FAIL && verdict != BK_PASS && verdict != BK_NA) {
+    CBKReply* reply = new CBKReply();
+    const std::string text = "Test result verdict [" + std::to_string(verdict) +
+                             "] is not BK_FAIL, BK_PASS or BK_NA, result not added.";
+    reply->setData(text);
+    reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT));
+    BK_LOG_ERROR(text);
+    return reply;
+  }
+
   Json::Value configured = getKSInfo()->getValueFor(kSection, kMaxTestsKey);
   int limit = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
   uint32_t total = testPasses + testFailures + testNAs;
-  bool exempt = testSpec.testNameRef() == kDataCollectionTest;
+  // The session's own failure record is exempt too: a unit at its limit must
+  // not lose the failure that decides its verdict.
+  bool exempt = testSpec.testNameRef() == kDataCollectionTest || recordingOwnFailure;
   if (limit > 0 && total > static_cast<uint32_t>(limit - 1) && !exempt) {
     CBKReply* reply = new CBKReply();
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
@@ -141,11 +157,14 @@ void CUUT::createDummyFailTest(const char* testName, const char* subTestName,
 
   testResultHandle result = BK_testResult_create();
   BK_testResult_setResult(result, BK_FAIL);
-  // The message goes in whole: a message too long for the session is refused
-  // there, as any station's would be.
-  BK_testResult_setMessage(result, message, message == nullptr ? 0 : strlen(message));
+  // Cut to the longest message a result may carry: a longer one would be
+  // refused, and with it the failure.
+  const std::string cut = fitted(message, lengthOf(message, 512));
+  BK_testResult_setMessage(result, cut.c_str(), cut.size());
 
+  recordingOwnFailure = true;
   BKReplyHandle reply = BK_addResult(this, spec, result);
+  recordingOwnFailure = false;
   BK_testSpec_destroy(spec);
   BK_testResult_destroy(result);
   if (!BK_success(reply)) BK_LOG_ERROR("Can not create our fake fail test.");

@@ -8,6 +8,7 @@
 
 #include "data/ResultBrick.h"
 #include "data/TestRecords.h"
+#include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
 #include "support/TestSupport.h"
@@ -174,9 +175,18 @@ TEST_F(AddResultTest, VerdictDecidesResultAndMessage) {
   info.infoOnly = true;
   Sample na{"na", "1", "", "", BK_NA, "ignored"};
   for (const Sample& test : {outside, info, na}) EXPECT_TRUE(ok(test)) << test.name;
-  // A verdict outside the enumeration passes, counted nowhere and not recorded.
-  Answer odd = add({"odd", "1", "", "", 3});
-  EXPECT_TRUE(odd.success && odd.text.empty()) << odd.text;
+  // A verdict outside the enumeration is refused and counted nowhere, even
+  // where the policy lets bad data pass.
+  Json::Value lenient = sampleStationInfo();
+  lenient["lifeline"].removeMember("BK_MSG_ERROR_INVALID_DATA_FORMAT");
+  writeStationFiles(lenient);
+  getKSInfo()->refresh();
+  for (int verdict : {3, -1}) {
+    const Answer odd = add({"odd", "1", "", "", verdict});
+    EXPECT_EQ(odd.status, 0x80100015u) << verdict;
+    EXPECT_EQ(odd.text, "Test result verdict [" + std::to_string(verdict) +
+                            "] is not BK_FAIL, BK_PASS or BK_NA, result not added.");
+  }
 
   std::string seen;  // result and message of each record, "-" for none
   for (const Json::Value& r : results())

@@ -133,28 +133,37 @@ TEST_F(BlobStore, CompressedExtensionsAreMovedAndOthersCompressed) {
   EXPECT_EQ(countLines(readLog(), "Exitiing BK_addBlobData"), 1u);
 }
 
-TEST_F(BlobStore, RefusalsKeepTheStagedCopyAndRecordNothing) {
+TEST_F(BlobStore, RefusalsLeaveNoFileAndNoRecord) {
   start(sampleStationInfo(), false);
   writeFile("/tmp/x.log", "abc");
   EXPECT_FALSE(run(BK_addBlob(handle, "x", "/tmp/x.log")));
   EXPECT_EQ(text, "Attribtue 'serialnumber' is not populated yet.");
   EXPECT_EQ(status, kFailApiSyntax);
-  EXPECT_TRUE(fileExists(blobDir() + "x.log"));
-  EXPECT_EQ(filesInBlobDir(), 1u);
+  EXPECT_EQ(filesInBlobDir(), 0u);
 
   BK_reply_destroy(BK_addAttribute(handle, "serialnumber", kSerial));
   EXPECT_FALSE(run(BK_addBlob(handle, "x", "/tmp/absent.log")));
-  EXPECT_EQ(status, kFailFilesystem);
-  // A directory where the memory blob's file should go: reported, not thrown.
-  mkdir((blobDir() + "taken").c_str(), 0755);
-  EXPECT_FALSE(run(BK_addBlobData(handle, "taken", "abc", 3)));
   EXPECT_EQ(status, kFailFilesystem);
   EXPECT_FALSE(run(BK_addBlobData(handle, "negative", "abc", -5)));
   EXPECT_EQ(text, "copyFromMemory: bytes written (0) does not equal lengthOfBlob (-5)");
   EXPECT_FALSE(run(BK_addBlobDataWithPolicy(handle, BK_BLOB_KEEP_0, "n", nullptr, 1)));
   EXPECT_EQ(text, "NULL kpBlobPointer handle passed as a parameter");
-  EXPECT_TRUE(blobs().empty());
   EXPECT_EQ(uut->retentionPolicy, 30u);  // no refused call touched it
+
+  // A policy that lets file-system errors pass does not turn a blob that was
+  // not stored into a success.  A directory where the memory blob's file
+  // should go: reported, not thrown.
+  Json::Value lenient = sampleStationInfo();
+  lenient["lifeline"].removeMember("BK_MSG_ERROR_FILESYSTEM");
+  start(lenient);
+  mkdir(blobDir().c_str(), 0755);
+  mkdir((blobDir() + "taken").c_str(), 0755);
+  EXPECT_FALSE(run(BK_addBlobData(handle, "taken", "abc", 3)));
+  EXPECT_EQ(status, kFailFilesystem);
+  EXPECT_FALSE(run(BK_addBlob(handle, "x", "/tmp/absent.log")));
+  EXPECT_EQ(status, kFailFilesystem);
+  EXPECT_EQ(filesInBlobDir(), 1u);  // the directory that was in the way
+  EXPECT_TRUE(blobs().empty());
 }
 
 TEST_F(BlobStore, SizeLimitIsInclusiveAndCountsTheCompressedSize) {
@@ -180,7 +189,7 @@ TEST_F(BlobStore, SizeLimitIsInclusiveAndCountsTheCompressedSize) {
   EXPECT_TRUE(endsWith(text, tail)) << text;
   EXPECT_EQ(text.find_first_not_of("0123456789abcdef", 12), text.size() - tail.size()) << text;
   EXPECT_EQ(status, kFailApiSyntax);
-  EXPECT_EQ(filesInBlobDir(), 2u);  // staged and compressed both stay
+  EXPECT_EQ(filesInBlobDir(), 0u);  // neither the staged copy nor the compressed one stays
   EXPECT_TRUE(blobs().empty());
 
   // An already compressed file is measured as it is, under another text.

@@ -31,6 +31,14 @@ class CommitTest : public SessionTest {
   size_t logStart_ = 0;
 };
 
+// The source line that logged `text` as an error of commit, as "(n", or "".
+std::string errorLineOf(const std::string& log, const std::string& text) {
+  const size_t end = log.find(") commit: ERROR: " + text);
+  if (end == std::string::npos) return "";
+  const size_t start = log.rfind('(', end);
+  return log.substr(start, end - start);
+}
+
 struct VerdictRow {
   const char* name;
   BK_PASSFAILRESULT claim;
@@ -119,20 +127,36 @@ TEST_F(CommitTest, OutOfSequenceVanishedOrEmptySessionsCancel) {
   const std::string early = " CANCELING TEST: Valid UID but apis calls out of sequnce.";
   EXPECT_EQ(commit().text, early);
   EXPECT_FALSE(fileExists(dirOf(uut_, "")));
-  EXPECT_EQ(countLines(newLog(), "ERROR: " + early), 2u);
+  // Each failure is logged under commit, at its own line.
+  EXPECT_EQ(countLines(newLog(), ") commit: ERROR: " + early), 2u);
 
-  // After a commit: the second one removes the committed directory.
+  // After a commit the directory is the forwarding agent's: a second commit
+  // deletes nothing, and a late blob writes nothing, neither into it nor,
+  // once the agent has taken it, into a new one.  Only an explicit cancel
+  // still retracts it.
   doneSession(1);
   ASSERT_TRUE(commit().success);
-  ASSERT_TRUE(fileExists(dirOf(uut_, ".commit")));
-  EXPECT_FALSE(commit().success);
-  EXPECT_FALSE(fileExists(dirOf(uut_, ".commit")));
+  const std::string committed = dirOf(uut_, ".commit");
+  EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 4), early));
+  EXPECT_TRUE(fileExists(committed + "/results.Json"));
+  writeFile("/tmp/late.txt", "late");
+  EXPECT_TRUE(answered(answerOf(BK_addBlob(uut_, "late", "/tmp/late.txt")), false, 0x80100004u,
+                       "The UUT was already committed, blob not copied: blobs must be added "
+                       "before BK_UUTCommit."));
+  EXPECT_FALSE(fileExists(committed + "/blobs"));
+  ASSERT_EQ(rename(committed.c_str(), "/vault/taken"), 0);
+  EXPECT_FALSE(answerOf(BK_addBlobData(uut_, "late", "late", 4)).success);
+  EXPECT_FALSE(fileExists(committed));
+  ASSERT_EQ(rename("/vault/taken", committed.c_str()), 0);
+  EXPECT_TRUE(answerOf(BK_UUTCancel(uut_)).success);
+  EXPECT_FALSE(fileExists(committed));
 
   doneSession(0);
   EXPECT_TRUE(answered(commit(), false, BK_buildStatus(BK_FAIL, 1, 4),
                        "CANCELING TEST: total Failures[0], total Passes[0] and total testNAs[0]. "
                        "Make sure that you execute at least one test"));
   EXPECT_FALSE(fileExists(dirOf(uut_, ".did")));
+  EXPECT_NE(errorLineOf(newLog(), early), errorLineOf(newLog(), "CANCELING TEST: total"));
 
   // Even a PASSIVE policy cannot keep a vanished session.
   Json::Value info = readyStationInfo();
@@ -180,6 +204,31 @@ TEST_F(CommitTest, SerialNumberCasesHoldBackOrCancel) {
       EXPECT_NE(fileExists(dirOf(uut_, ".commit")), fileExists(dirOf(uut_, ".did"))) << name;
     }
   }
+}
+
+TEST_F(CommitTest, RecordedBlobsMustBeWholeOnDisk) {
+  CUUT* uut = filled(1);
+  expectSuccess(BK_addBlobData(uut, "trace", "0123456789", 10), "blob");
+  ASSERT_TRUE(done().success);
+  const Json::Value record = uut->getRootJson()["blobs"][0];
+  const std::string blob = dirOf(uut, ".did/blobs/") + record["file_name"].asString();
+  const std::string whole = readFile(blob);
+  const std::string held = "Blob file '" + record["file_name"].asString() +
+                           "' is missing or not of its recorded size, NOT committing the test "
+                           "results.";
+  for (const char* damage : {"truncated", "removed"}) {
+    if (damage[0] == 't') {
+      writeFile(blob, whole.substr(0, whole.size() / 2));
+    } else {
+      ASSERT_EQ(remove(blob.c_str()), 0);
+    }
+    EXPECT_TRUE(answered(commit(), false, 0x80100004u, held)) << damage;
+    EXPECT_EQ(uut->state, UUT_STATE_DID) << damage;
+    EXPECT_FALSE(fileExists(dirOf(uut, ".commit"))) << damage;
+  }
+  writeFile(blob, whole);
+  EXPECT_TRUE(commit().success);
+  EXPECT_EQ(readFile(dirOf(uut, ".commit/blobs/") + record["file_name"].asString()), whole);
 }
 
 TEST_F(CommitTest, FileFailingVerificationTwiceStaysWithCorruptCopy) {

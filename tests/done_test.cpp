@@ -71,6 +71,9 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   EXPECT_EQ(uut->testFailures, 1u);
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "EtherNet unplugged [PASSIVE]");
   EXPECT_EQ(fatalTest()["result"].asString(), "fail");
+  // Logged under done, not under the helper that ran the check.
+  EXPECT_EQ(countLines(readLog(), "[" + uut->getUID() + " - done]: EtherNet unplugged [PASSIVE]"),
+            1u);
 
   // An expired signature is PASSIVE too.
   info = readyStationInfo();
@@ -105,6 +108,42 @@ TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {
   EXPECT_EQ(uut->pendingFailureName, "Signature  NOT OK [ACTIVE]:");
   EXPECT_TRUE(fileExists(dirOf(uut, ".did")));
   EXPECT_EQ(uut->testFailures, 1u);
+}
+
+TEST_F(DoneTest, ChecksThatThrowFailTheUnit) {
+  // A mistyped expiry and the ethernet down: the checks that could not run
+  // to the end never let the unit pass.
+  Json::Value info = readyStationInfo();
+  info["ksinfo"]["SIGNATURE_EXPIRATION"] = "tomorrow";
+  writeReadyStation(info);
+  CUUT* uut = filled(2);
+  ASSERT_FALSE(uut->pendingFailureActive);
+  Json::Value health = sampleHealth();
+  health["ethernet_ok"] = 0;
+  writeFile(kHealthPath, health.toStyledString());
+  EXPECT_FALSE(done().success);
+  EXPECT_TRUE(uut->pendingFailureActive);
+  EXPECT_EQ(uut->state, UUT_STATE_DID);
+  ASSERT_TRUE(commit().success);
+  const Json::Value attributes = parseFile(dirOf(uut, ".commit/results.Json"))["test_attributes"];
+  EXPECT_EQ(attributes["test_result"].asString(), "FAIL");
+  EXPECT_FALSE(attributes.isMember("override"));
+}
+
+TEST_F(DoneTest, OwnFailureRecordPassesTheCountLimitAndIsCutToFit) {
+  Json::Value info = readyStationInfo();
+  info["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = 2;
+  writeReadyStation(info);
+  CUUT* uut = filled(2);
+  uut->pendingFailure = uut->pendingFailureActive = true;
+  uut->pendingFailureName = "UNIT_OUT_OF_PROCESS [ACTIVE]";
+  uut->pendingFailureMessage = std::string(600, 'm');
+  EXPECT_FALSE(done().success);
+  EXPECT_EQ(uut->testFailures, 1u);
+  EXPECT_EQ(fatalTest()["message"].asString(), std::string(512, 'm'));
+  ASSERT_TRUE(commit().success);
+  EXPECT_EQ(parseFile(dirOf(uut, ".commit/results.Json"))["test_attributes"]["test_result"],
+            "FAIL");
 }
 
 // Stands in for the unit-check thread: waits in "the client" until SIGALRM

@@ -3,7 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <fstream>
 #include <set>
+#include <thread>
 
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
@@ -69,6 +72,32 @@ TEST(FileCopies, CheckSizesRefuseSelfCopiesAndSkipLinks) {
   EXPECT_EQ(bk_test::readFile("/tmp/copy/sub/b"), "22");
   EXPECT_FALSE(bk_test::fileExists("/tmp/copy/link"));
   EXPECT_FALSE(Util_directoryCopyRecursive("/tmp/tree", "/tmp/tree", true));
+}
+
+TEST(FileCopies, GrowingSourceIsCopiedAsItWasWhenTheCopyBegan) {
+  // A log still being written.
+  const std::string start(32 * 1024 * 1024, 'l');
+  bk_test::writeFile("/tmp/live.log", start);
+  std::atomic<bool> stop{false};
+  std::atomic<int> lines{0};
+  std::thread writer([&] {
+    std::ofstream out("/tmp/live.log", std::ios::app | std::ios::binary);
+    const std::string line(4096, 'n');
+    while (!stop) {
+      out << line << std::flush;
+      ++lines;
+    }
+  });
+  while (lines < 8) std::this_thread::yield();
+  const bool copied = Util_fileCopy("/tmp/live.log", "/tmp/live.copy", true);
+  stop = true;
+  writer.join();
+  EXPECT_TRUE(copied);
+  const std::string copy = bk_test::readFile("/tmp/live.copy");
+  const std::string grown = bk_test::readFile("/tmp/live.log");
+  EXPECT_GT(copy.size(), start.size());
+  EXPECT_LT(copy.size(), grown.size());
+  EXPECT_EQ(grown.compare(0, copy.size(), copy), 0);
 }
 
 TEST(OutputFiles, OpenMakesParentsAndTruncates) {

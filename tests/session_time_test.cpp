@@ -2,6 +2,7 @@
 // checks that were never implemented.
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "foundation/Log.h"
@@ -37,6 +38,19 @@ TEST_F(SessionTime, ExplicitTimesReplaceTheirStampsEvenAfterCommit) {
   expectSuccess(BK_setStartTime(uut, past - 60), "start after commit");
   EXPECT_EQ(attributes()["uut_start"], Util_makeTimestamp2(past - 60));
   EXPECT_EQ(attributes()["uut_stop"], Util_makeTimestamp2(past));
+}
+
+TEST_F(SessionTime, TimesBeyondTheCalendarAreRefused) {
+  const Json::Value started = attributes()["uut_start"];
+  for (time_t when : {std::numeric_limits<time_t>::max(), std::numeric_limits<time_t>::min()}) {
+    EXPECT_TRUE(answered(answerOf(BK_setStartTime(uut, when)), false, 0x80100007u,
+                         "Failed to create a manual start timestamp"));
+    EXPECT_TRUE(answered(answerOf(BK_setStopTime(uut, when)), false, 0x80100007u,
+                         "Failed to create a manual stop timestamp"));
+  }
+  EXPECT_EQ(attributes()["uut_start"], started);
+  EXPECT_FALSE(attributes().isMember("uut_stop"));
+  EXPECT_FALSE(uut->startTimeSet || uut->stopTimeSet);
 }
 
 TEST_F(SessionTime, DocumentOnlyAfterCommit) {
