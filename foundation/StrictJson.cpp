@@ -81,7 +81,7 @@ std::string StrictJsonProblem::describe() const {
     case kSyntax:
       break;
   }
-  return "a syntax error at " + where + ": " + detail;
+  return "a syntax error" + (line == 0 ? std::string() : " at " + where) + ": " + detail;
 }
 
 bool parseStrictJson(const std::string& text, Json::Value& root, StrictJsonProblem& problem) {
