@@ -2,7 +2,9 @@
 
 #include <stdint.h>
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 
 #include "foundation/FileBasics.h"
@@ -59,10 +61,10 @@ void CBKJsonStationFile::refresh() {
   BK_LOG(kBlankUID, texts_.refreshing << path << "\"");
   // The station-management agent may write the file with any line ends; they
   // are dropped before parsing.
-  std::ifstream in(path.c_str());
-  std::string joined;
-  std::string line;
-  while (std::getline(in, line)) joined += line;
+  std::ifstream in(path.c_str(), std::ios::in | std::ios::binary);
+  text_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  std::string joined = text_;
+  joined.erase(std::remove(joined.begin(), joined.end(), '\n'), joined.end());
   StrictJsonProblem problem;
   if (parseStrictJson(joined, root, problem)) {
     loaded = true;
@@ -101,6 +103,11 @@ Json::Value CBKJsonStationFile::getValueFor(const std::string& section, const st
 std::string CBKJsonStationFile::getTextFor(const std::string& section, const std::string& key) {
   const Json::Value value = getValueFor(section, key);
   return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
+}
+
+std::string CBKJsonStationFile::getText() {
+  MutexGuard guard(&mutex_lock_configfile);
+  return text_;
 }
 
 time_t CBKJsonStationFile::getModificationTime() {

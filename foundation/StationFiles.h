@@ -52,6 +52,8 @@ class CBKJsonStationFile : public CBKConfigFile {
   // its digits, a missing key "NOTFOUND").  An array or an object, which has
   // no such text, gives the empty text.
   std::string getTextFor(const std::string& section, const std::string& key);
+  // The whole text that the values in use were parsed from.
+  std::string getText();
   time_t getModificationTime();
   bool isLoaded();
 
@@ -62,6 +64,7 @@ class CBKJsonStationFile : public CBKConfigFile {
   Texts texts_;
   time_t modificationTime;
   Json::Value root;
+  std::string text_;
 };
 
 class CBKKSInfo : public CBKJsonStationFile {

@@ -74,8 +74,47 @@ bool readStationInfo(std::string& text, std::ostringstream& message) {
 
 }  // namespace
 
+namespace {
+
+bool checkText(const std::string& fileText, std::ostringstream& message, CBKReply* reply,
+               bool settingsToo);
+
+// The settings in use were parsed at the last session start.  When the signed
+// objects have changed in the file since, the text those settings came from
+// must hold a good signature too: a forged file swapped for a signed one
+// after the start must not pass.
+bool settingsInUseAreSigned(const Json::Value& parsed, const std::string& version,
+                            std::ostringstream& message, CBKReply* reply) {
+  bool unchanged = true;
+  for (const std::string& key : stationInfoSignedKeys(version)) {
+    Json::Value inUse;
+    getKSInfo()->findValueFor("", key, inUse);
+    const Json::Value* now = parsed.find(key.data(), key.data() + key.size());
+    if (now == nullptr || !(*now == inUse)) unchanged = false;
+  }
+  if (unchanged) return true;
+  BK_SIGNATURE_LOG(kSignatureCheck, "ks_station_info changed since the settings were loaded");
+  std::ostringstream innerMessage;
+  CBKReply innerReply;
+  if (checkText(getKSInfo()->getText(), innerMessage, &innerReply, false)) return true;
+  message << "Invalid Signature: the settings in use since the last session start are not signed ("
+          << (innerReply.hasData() ? innerReply.getData() : "") << ")";
+  BK_SIGNATURE_LOG(kSignatureCheck, message.str());
+  fail(reply, message.str());
+  return false;
+}
+
+}  // namespace
+
 bool checkStationInfoText(const std::string& fileText, std::ostringstream& message,
                           CBKReply* reply) {
+  return checkText(fileText, message, reply, true);
+}
+
+namespace {
+
+bool checkText(const std::string& fileText, std::ostringstream& message, CBKReply* reply,
+               bool settingsToo) {
   // The signed text is cut by searching for keys, the settings come from a
   // parser; only a strict file lets both see the same objects.
   Json::Value parsed;
@@ -151,6 +190,7 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
 
   // The second try is kept: it can only differ if OpenSSL's process state did.
   if (verifySig(signedText, signature, "") || verifySig(signedText, signature, "")) {
+    if (settingsToo && !settingsInUseAreSigned(parsed, version, message, reply)) return false;
     pass(reply, "Digital signature verified OK");
     return true;
   }
@@ -163,6 +203,8 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
   fail(reply, message.str());
   return false;
 }
+
+}  // namespace
 
 bool BK_isSignatureOK(BKReplyHandle replyHandle) {
   CBKReply* reply = static_cast<CBKReply*>(replyHandle);

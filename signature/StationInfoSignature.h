@@ -9,8 +9,10 @@
 //     loaded at the last session start.  A file with a key twice in one
 //     object, a comment or anything after its top-level value fails, and so
 //     does one whose signed objects are not its top-level members of those
-//     names.  True: reply text "Digital signature verified OK" and a pass
-//     status.  False: the reply carries the reason and a failure of class
+//     names.  When the signed objects changed since the settings were
+//     loaded, the text the settings came from must verify as well.  True:
+//     reply text "Digital signature verified OK" and a pass status.  False:
+//     the reply carries the reason and a failure of class
 //     BK_MSG_CLASS_API_ERROR, message BK_MSG_ERROR_INVALID_SIGNATURE, which no
 //     station policy can soften.  Called by the am-I-okay sequence and by done.
 //

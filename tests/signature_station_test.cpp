@@ -142,6 +142,30 @@ TEST_F(StationSignatureTest, ForgeriesAroundTheSignedTextFail) {
   }
 }
 
+// The settings in use are those of the last session start: a signed file put
+// back after an unsigned one was loaded does not vouch for them, while a newly
+// signed file does not disturb settings that were signed too.
+TEST_F(StationSignatureTest, SettingsInUseMustHaveBeenSignedToo) {
+  Json::Value forged = readyStationInfo();
+  forged["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
+  writeSigned();
+  writeUnsigned(forged);
+  writeFile(kStationInfoPath, signed_);
+  const Answer answer = checkSignature();
+  EXPECT_TRUE(refused(answer));
+  EXPECT_EQ(answer.text.rfind("Invalid Signature: the settings in use since the last session start "
+                              "are not signed (",
+                              0),
+            0u)
+      << answer.text;
+
+  Json::Value other = readyStationInfo();
+  other["ksinfo"]["STATION_ID"] = "OTHER";
+  writeSigned();
+  writeSignedStationFiles(other, sampleHealth(), "1");
+  EXPECT_TRUE(is(checkSignature(), true, "Digital signature verified OK"));
+}
+
 TEST_F(StationSignatureTest, NoFailPolicyCanSoftenABadSignature) {
   Json::Value info = readyStationInfo();
   for (const char* name :
