@@ -1,11 +1,16 @@
 #include "foundation/StationFiles.h"
 
+#include <stdint.h>
+
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <stdexcept>
 
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
+#include "foundation/StrictJson.h"
 
 CBKConfigFile::CBKConfigFile(const std::string& filePath)
     : path(filePath), values(nullptr), loaded(false) {}
@@ -56,27 +61,53 @@ void CBKJsonStationFile::refresh() {
   BK_LOG(kBlankUID, texts_.refreshing << path << "\"");
   // The station-management agent may write the file with any line ends; they
   // are dropped before parsing.
-  std::ifstream in(path.c_str());
-  std::string joined;
-  std::string line;
-  while (std::getline(in, line)) joined += line;
-  Json::Reader reader;
-  if (reader.parse(joined, root, true)) {
+  std::ifstream in(path.c_str(), std::ios::in | std::ios::binary);
+  text_.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  std::string joined = text_;
+  joined.erase(std::remove(joined.begin(), joined.end(), '\n'), joined.end());
+  StrictJsonProblem problem;
+  if (parseStrictJson(joined, root, problem)) {
     loaded = true;
     modificationTime = Util_fileModificationTime(path.c_str());
   } else {
-    std::cout << texts_.parseFailed << reader.getFormattedErrorMessages();
+    std::cout << texts_.parseFailed << problem.describe() << std::endl;
   }
 }
 
-Json::Value CBKJsonStationFile::getValueFor(const std::string& section, const std::string& key) {
+bool CBKJsonStationFile::findValueFor(const std::string& section, const std::string& key,
+                                      Json::Value& out) {
   MutexGuard guard(&mutex_lock_configfile);
-  const Json::Value notFound("NOTFOUND");
-  if (section.empty()) return root.isObject() || root.isNull() ? root.get(key, notFound) : notFound;
-  if (!root.isObject() && !root.isNull()) return notFound;
-  Json::Value& sectionValue = root[section];
-  if (!sectionValue.isObject() && !sectionValue.isNull()) return notFound;
-  return sectionValue.get(key, notFound);
+  // A file that is being rewritten may parse to anything ("[]", a number):
+  // only objects have members.
+  if (!root.isObject() && !root.isNull()) return false;
+  const Json::Value* owner = &root;
+  if (!section.empty()) {
+    // Adding the missing section as a null member is what readers have always
+    // seen; it changes no answer.
+    owner = &root[section];
+    if (!owner->isObject()) return false;
+  }
+  const Json::Value* found =
+      owner->isObject() ? owner->find(key.data(), key.data() + key.size()) : nullptr;
+  if (found == nullptr) return false;
+  out = *found;
+  return true;
+}
+
+Json::Value CBKJsonStationFile::getValueFor(const std::string& section, const std::string& key) {
+  Json::Value value("NOTFOUND");
+  findValueFor(section, key, value);
+  return value;
+}
+
+std::string CBKJsonStationFile::getTextFor(const std::string& section, const std::string& key) {
+  const Json::Value value = getValueFor(section, key);
+  return value.isConvertibleTo(Json::stringValue) ? value.asString() : std::string();
+}
+
+std::string CBKJsonStationFile::getText() {
+  MutexGuard guard(&mutex_lock_configfile);
+  return text_;
 }
 
 time_t CBKJsonStationFile::getModificationTime() {
@@ -107,6 +138,36 @@ CBKSHCheck::CBKSHCheck(const std::string& filePath)
 CBKSHCheck* CBKSHCheck::init(const std::string& filePath) {
   static CBKSHCheck instance(filePath);
   return &instance;
+}
+
+LifelineEntry readLifelineEntry(const std::string& name) {
+  LifelineEntry entry;
+  Json::Value value;
+  if (!getKSInfo()->findValueFor("lifeline", name, value)) return entry;
+  entry.present = true;
+  entry.integer = value.isIntegral();
+  // An integer beyond 64 bits is some integer other than 0 and 1.
+  if (entry.integer) entry.value = value.isInt64() ? value.asInt64() : INT64_MAX;
+  return entry;
+}
+
+bool readStationInt(const Json::Value& value, int& out) {
+  if (!value.isConvertibleTo(Json::intValue)) return false;
+  out = value.asInt();
+  return true;
+}
+
+bool readStationInt64(const Json::Value& value, Json::Int64& out) {
+  if (value.isInt64() || value.isBool() || value.isNull()) {
+    out = value.asInt64();
+    return true;
+  }
+  // Reals convert when in range, as asInt64 converts them.
+  if (value.isDouble() && value.asDouble() >= -9.2e18 && value.asDouble() <= 9.2e18) {
+    out = value.asInt64();
+    return true;
+  }
+  return false;
 }
 
 CBKKSInfo* getKSInfo() { return CBKKSInfo::init(std::string(vaultStationConfigPath) + ksinfo); }

@@ -104,12 +104,11 @@ void reportSerialNumberError(const std::string& uid, CBKReply* reply, exception_
   delete e;
 }
 
-// The policy entry read as a boolean.  A missing entry reads "NOTFOUND" and
-// means PASSIVE; so does any other text, which the JSON library would refuse.
+// The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
+// so is an entry that is no integer.  A missing entry means PASSIVE.
 bool serialNumberPolicyActive() {
-  Json::Value value = getKSInfo()->getValueFor("lifeline", "BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
-  if (value.isBool() || value.isNumeric()) return value.asBool();
-  return false;
+  const LifelineEntry entry = readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
+  return entry.integer ? entry.value != 0 : entry.unreadable();
 }
 
 }  // namespace

@@ -263,6 +263,12 @@ BK_EXPORT bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply,
 /* Write sample station files, for setting up a new station. */
 BK_EXPORT void CreateStationInfoFile();
 BK_EXPORT void CreateStationHealthFile();
+#else
+/* The two unit checks are exported under their C names as well, for stations
+ * written in C; C++ stations bind the C++ names above. */
+BK_EXPORT bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char* serialNumber);
+BK_EXPORT bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply,
+                                     const char* serialNumber);
 #endif /* __cplusplus */
 
 #endif /* BRAMBLEKIT_INTERFACE_BRAMBLEKIT_H_ */

@@ -54,38 +54,25 @@ const char* bkMessageName(unsigned message) {
 // The signature message can never be switched off or made passive.
 static const unsigned kSignatureMessage = BK_MSG_ERROR_INVALID_SIGNATURE;
 
-// Only the integers 0 and 1 are policy entries; anything else means OFF.
-static bool isPolicyEntry(const Json::Value& value) {
-  return value.isInt() && (value.asInt() == 0 || value.asInt() == 1);
-}
-
-static Json::Value lifelineEntry(const char* name) {
-  return getKSInfo()->getValueFor("lifeline", name);
-}
+// The integers 0 and 1 are policy entries, and so is a value that is there
+// but no integer, which reads as ACTIVE.  A missing key or any other integer
+// means OFF.
+static bool isPolicyEntry(const LifelineEntry& entry) { return entry.is(0) || entry.active(); }
 
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
-  return !isPolicyEntry(lifelineEntry(bkMessageName(message)));
+  return !isPolicyEntry(readLifelineEntry(bkMessageName(message)));
 }
 
 bool BK_isLifelineClassOFF(unsigned msgClass, unsigned) {
-  return !isPolicyEntry(lifelineEntry(bkClassName(msgClass)));
-}
-
-// A class entry read as a boolean.  A missing entry reads "NOTFOUND", which
-// counts as true (active), as does any other text.
-static bool readClassActive(const Json::Value& value) {
-  if (value.isString()) return !value.asString().empty();
-  if (value.isBool() || value.isNumeric()) return value.asBool();
-  return false;
+  return !isPolicyEntry(readLifelineEntry(bkClassName(msgClass)));
 }
 
 bool BK_isFailPassive(unsigned msgClass, unsigned message) {
   if (message == kSignatureMessage) return false;
   const char* messageName = bkMessageName(message);
-  // A message without a numeric entry throws here, as it always has; the
-  // status builder never gets this far for such a message.
-  bool byIDActive = lifelineEntry(messageName).asInt() == 1;
+  const LifelineEntry byIDEntry = readLifelineEntry(messageName);
+  const bool byIDActive = byIDEntry.active();
   bool byID = false;
   if (!BK_isLifelineMessageOFF(msgClass, message)) {
     byID = true;
@@ -96,9 +83,10 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
   bool byClassActive = false;
   if (!BK_isLifelineClassOFF(msgClass, message)) {
     byClass = true;
-    // Indexed by the class value itself, not by its bit position.
+    // Indexed by the class value itself, not by its bit position.  Read as a
+    // boolean: only an integer 0 is PASSIVE; a missing entry counts as true.
     const char* className = msgClass < 33 ? BKMessageClassNames[msgClass] : "";
-    byClassActive = readClassActive(lifelineEntry(className));
+    byClassActive = !readLifelineEntry(className).is(0);
     BK_LOG(kBlankUID, "lifeline by class => name: '" << className << "'  state: '"
                                                      << (byClassActive ? "ACTIVE" : "PASSIVE")
                                                      << "'");

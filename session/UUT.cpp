@@ -73,13 +73,15 @@ bool CUUT::create() {
     CBKKSInfo* info = getKSInfo();
     Json::Value& station = rootJson["test_station_attributes"];
     station["bk_version"] = bk::kLibraryVersion;
-    station["station_id"] = info->getValueFor("ksinfo", "STATION_ID");
-    station["mac_addr"] = info->getValueFor("ksinfo", "MAC");
-    station["station_name"] = info->getValueFor("ksinfo", "STATION_TYPE");
+    // Texts in the document whatever the station file holds: a number as its
+    // digits, an array or object as the empty text.
+    station["station_id"] = info->getTextFor("ksinfo", "STATION_ID");
+    station["mac_addr"] = info->getTextFor("ksinfo", "MAC");
+    station["station_name"] = info->getTextFor("ksinfo", "STATION_TYPE");
     pdataNotSent = info->getValueFor("ksinfo", "PDATA_TO_SEND_TO_TRAX");
     rootJson["test_attributes"]["pdata_not_sent_to_trax"] = pdataNotSent;
     rootJson["test_attributes"]["signature_version"] =
-        info->getValueFor("ksinfo", "SIGNATURE_VERSION");
+        info->getTextFor("ksinfo", "SIGNATURE_VERSION");
 
     if (pdataNotSent.size() != 0) {
       BK_LOG(UID, "pdata not sent to TRAX of priority type " << pdataNotSent.toStyledString());

@@ -45,12 +45,10 @@ std::string asText(const Json::Value& value) {
   return Json::writeString(compact, value);
 }
 
-// ACTIVE only for the integer 1.  A text, a missing key (read as
-// "NOTFOUND") or any other kind is PASSIVE, and never an exception.
+// ACTIVE for the integer 1 and for an entry that is no integer; a missing
+// key or another integer is PASSIVE.
 bool serialNumberPolicyIsActive() {
-  Json::Value policy = getKSInfo()->getValueFor("lifeline", "BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
-  if (!(policy.isNumeric() || policy.isBool())) return false;
-  return policy.isConvertibleTo(Json::intValue) && policy.asInt() == 1;
+  return readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER").active();
 }
 
 std::string upperCase(std::string text) {

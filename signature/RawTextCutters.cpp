@@ -6,8 +6,8 @@ std::string quoted(const std::string& key) { return "\"" + key + "\""; }
 
 }  // namespace
 
-bool GetUnsortedObjFromJsonString(const std::string& text, std::string& out,
-                                  const std::string& key) {
+bool FindUnsortedObjSpan(const std::string& text, const std::string& key, std::size_t& begin,
+                         std::size_t& end) {
   if (text.empty() || key.empty()) return false;
   const std::size_t keyAt = text.find(quoted(key));
   if (keyAt == std::string::npos) return false;
@@ -19,7 +19,8 @@ bool GetUnsortedObjFromJsonString(const std::string& text, std::string& out,
   for (std::size_t i = open + 1; i < text.size(); ++i) {
     if (text[i] == '}') {
       if (--depth == 0) {
-        out = text.substr(open, i - open + 1);
+        begin = open;
+        end = i + 1;
         return true;
       }
     } else if (text[i] == '{') {
@@ -27,6 +28,15 @@ bool GetUnsortedObjFromJsonString(const std::string& text, std::string& out,
     }
   }
   return false;
+}
+
+bool GetUnsortedObjFromJsonString(const std::string& text, std::string& out,
+                                  const std::string& key) {
+  std::size_t begin = 0;
+  std::size_t end = 0;
+  if (!FindUnsortedObjSpan(text, key, begin, end)) return false;
+  out = text.substr(begin, end - begin);
+  return true;
 }
 
 bool GetStringFromObj(const std::string& text, std::string& out, char mark) {

@@ -22,6 +22,10 @@
 bool GetUnsortedObjFromJsonString(const std::string& text, std::string& out,
                                   const std::string& key);
 
+// Where GetUnsortedObjFromJsonString's cut lies: [begin, end) in `text`.
+bool FindUnsortedObjSpan(const std::string& text, const std::string& key, std::size_t& begin,
+                         std::size_t& end);
+
 // Two modes, chosen by `mark`:
 //  '[' or '{': from the first mark through the LAST "]" or "}" of the whole
 //              text, nesting ignored;

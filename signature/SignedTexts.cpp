@@ -59,12 +59,14 @@ bool resultsOtterText(const std::string& fileText, std::string& out) {
   return !out.empty();
 }
 
-bool resultsOcelotText(const std::string& fileText, std::string& out, bool* usedSubStation) {
-  out.clear();
+bool resultsOcelotFields(const std::string& fileText,
+                         std::vector<std::pair<std::string, std::string>>& fields,
+                         bool* usedSubStation) {
+  fields.clear();
   std::string value;
   for (const char* key : {"unit_serial_number", "mac_addr", "uut_start", "test_result"}) {
     if (!valueOf(fileText, key, value)) return false;
-    out += value;
+    fields.emplace_back(key, value);
   }
   const std::size_t subStationAt = fileText.find("\"sub_station_id\"");
   const bool subStation = subStationAt != std::string::npos;
@@ -74,13 +76,22 @@ bool resultsOcelotText(const std::string& fileText, std::string& out, bool* used
     std::string subStationId;
     GetStringFromObj(fileText.substr(subStationAt), subStationId, ':');
     if (subStationId.empty() || !valueOf(fileText, "station_id", value)) return false;
-    out += subStationId + value;
+    fields.emplace_back("sub_station_id", subStationId);
+    fields.emplace_back("station_id", value);
     return true;
   }
   for (const char* key : {"station_name", "station_id"}) {
     if (!valueOf(fileText, key, value)) return false;
-    out += value;
+    fields.emplace_back(key, value);
   }
+  return true;
+}
+
+bool resultsOcelotText(const std::string& fileText, std::string& out, bool* usedSubStation) {
+  out.clear();
+  std::vector<std::pair<std::string, std::string>> fields;
+  if (!resultsOcelotFields(fileText, fields, usedSubStation)) return false;
+  for (const auto& field : fields) out += field.second;
   return true;
 }
 

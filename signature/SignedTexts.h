@@ -6,6 +6,7 @@
 #define BRAMBLEKIT_SIGNATURE_SIGNEDTEXTS_H_
 
 #include <string>
+#include <utility>
 #include <vector>
 
 // --- The station info file ---------------------------------------------------
@@ -39,6 +40,12 @@ bool resultsOtterText(const std::string& fileText, std::string& out);
 // holds "sub_station_id", else station_name and station_id, back to back.
 // False when any value is empty.  `usedSubStation` tells which road was taken.
 bool resultsOcelotText(const std::string& fileText, std::string& out, bool* usedSubStation);
+
+// The same values one by one, each with the key it was cut for, in signing
+// order.  A consumer compares them with the parsed document.
+bool resultsOcelotFields(const std::string& fileText,
+                         std::vector<std::pair<std::string, std::string>>& fields,
+                         bool* usedSubStation);
 
 // A signed file's OTTER span with the lines of the two signature members
 // taken out.  The rewrite at signing renders them inside that span when they

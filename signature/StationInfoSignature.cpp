@@ -9,6 +9,7 @@
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StrictJson.h"
 #include "interface/Bramblekit.h"
 #include "signature/RawTextCutters.h"
 #include "signature/SignedTexts.h"
@@ -73,12 +74,63 @@ bool readStationInfo(std::string& text, std::ostringstream& message) {
 
 }  // namespace
 
+namespace {
+
+bool checkText(const std::string& fileText, std::ostringstream& message, CBKReply* reply,
+               bool settingsToo);
+
+// The settings in use were parsed at the last session start.  When the signed
+// objects have changed in the file since, the text those settings came from
+// must hold a good signature too: a forged file swapped for a signed one
+// after the start must not pass.
+bool settingsInUseAreSigned(const Json::Value& parsed, const std::string& version,
+                            std::ostringstream& message, CBKReply* reply) {
+  bool unchanged = true;
+  for (const std::string& key : stationInfoSignedKeys(version)) {
+    Json::Value inUse;
+    getKSInfo()->findValueFor("", key, inUse);
+    const Json::Value* now = parsed.find(key.data(), key.data() + key.size());
+    if (now == nullptr || !(*now == inUse)) unchanged = false;
+  }
+  if (unchanged) return true;
+  BK_SIGNATURE_LOG(kSignatureCheck, "ks_station_info changed since the settings were loaded");
+  std::ostringstream innerMessage;
+  CBKReply innerReply;
+  if (checkText(getKSInfo()->getText(), innerMessage, &innerReply, false)) return true;
+  message << "Invalid Signature: the settings in use since the last session start are not signed ("
+          << (innerReply.hasData() ? innerReply.getData() : "") << ")";
+  BK_SIGNATURE_LOG(kSignatureCheck, message.str());
+  fail(reply, message.str());
+  return false;
+}
+
+}  // namespace
+
 bool checkStationInfoText(const std::string& fileText, std::ostringstream& message,
                           CBKReply* reply) {
+  return checkText(fileText, message, reply, true);
+}
+
+namespace {
+
+bool checkText(const std::string& fileText, std::ostringstream& message, CBKReply* reply,
+               bool settingsToo) {
+  // The signed text is cut by searching for keys, the settings come from a
+  // parser; only a strict file lets both see the same objects.
+  Json::Value parsed;
+  StrictJsonProblem problem;
+  if (!parseStrictJson(fileText, parsed, problem)) {
+    message << "Invalid Signature: ks_station_info.json holds " << problem.describe();
+    BK_SIGNATURE_LOG(kSignatureCheck, message.str());
+    fail(reply, message.str());
+    return false;
+  }
+
   // The rule comes from the settings loaded at session start, the text from
   // the file as it is now.
   const Json::Value versionValue = getKSInfo()->getValueFor("ksinfo", "SIGNATURE_VERSION");
   const std::string version = versionValue.isString() ? versionValue.asString() : "";
+  int eventTimestamp = 0;
 
   std::string signedText;
   if (version == "1") {
@@ -90,8 +142,9 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
       BK_SIGNATURE_LOG(kSignatureCheck, key << " object is missing from the file ");
     }
   } else if (version == "2" &&
-             // No type test: an absent or non-numeric event_timestamp throws.
-             getKSInfo()->getValueFor("kestrel_day", "event_timestamp").asInt() == 1) {
+             readStationInt(getKSInfo()->getValueFor("kestrel_day", "event_timestamp"),
+                            eventTimestamp) &&
+             eventTimestamp == 1) {
     BK_SIGNATURE_LOG(kSignatureCheck, "[BK_isSignatureOK] ks_station_info SIGNATURE_VERSION == 2");
     signedText = stationInfoSignedText(fileText, version, nullptr);
   } else {
@@ -99,6 +152,25 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
                "event_timeStamp[1] ";
     fail(reply, message.str());
     return false;
+  }
+
+  // Each signed object must be the top-level member of its name that the
+  // settings are read from, whole: not a like-named text earlier in the file,
+  // not a cut that a brace inside a string ended early.
+  for (const std::string& key : stationInfoSignedKeys(version)) {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+    if (!FindUnsortedObjSpan(fileText, key, begin, end)) continue;  // fails verification below
+    const Json::Value* member = parsed.find(key.data(), key.data() + key.size());
+    if (member == nullptr || !member->isObject() ||
+        static_cast<std::size_t>(member->getOffsetStart()) != begin ||
+        static_cast<std::size_t>(member->getOffsetLimit()) != end) {
+      message << "Invalid Signature: the text signed as \"" << key
+              << "\" in ks_station_info.json is not its top-level " << key << " object";
+      BK_SIGNATURE_LOG(kSignatureCheck, message.str());
+      fail(reply, message.str());
+      return false;
+    }
   }
 
   std::string signature;
@@ -118,6 +190,7 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
 
   // The second try is kept: it can only differ if OpenSSL's process state did.
   if (verifySig(signedText, signature, "") || verifySig(signedText, signature, "")) {
+    if (settingsToo && !settingsInUseAreSigned(parsed, version, message, reply)) return false;
     pass(reply, "Digital signature verified OK");
     return true;
   }
@@ -130,6 +203,8 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
   fail(reply, message.str());
   return false;
 }
+
+}  // namespace
 
 bool BK_isSignatureOK(BKReplyHandle replyHandle) {
   CBKReply* reply = static_cast<CBKReply*>(replyHandle);
@@ -157,17 +232,23 @@ bool BK_isSigExpOK(BKReplyHandle replyHandle) {
     BK_LOG_ERROR("NULL reply handle passed as a parameter");
     return false;
   }
-  // No type tests: a version that cannot be a string, or an absent or
-  // non-numeric expiration, throws to the caller.
-  const std::string version = getKSInfo()->getValueFor("ksinfo", "SIGNATURE_VERSION").asString();
+  // Read as text without a type test: a number is its digits.
+  const std::string version = getKSInfo()->getTextFor("ksinfo", "SIGNATURE_VERSION");
   if (version == "2") {
     BK_SIGNATURE_LOG(kExpiryCheck, "ks_station_info SIGNATURE_VERSION == 2");
     pass(reply, "ks_station_info SIGNATURE_VERSION == 2");
     return true;
   }
   // 64 bits, so that an expiry after 2038 still reads as a number.
-  const Json::Int64 expiration =
-      getKSInfo()->getValueFor("ksinfo", "SIGNATURE_EXPIRATION").asInt64();
+  Json::Int64 expiration = 0;
+  if (!readStationInt64(getKSInfo()->getValueFor("ksinfo", "SIGNATURE_EXPIRATION"), expiration)) {
+    // Without a readable expiry the signature cannot count as unexpired.
+    const std::string text =
+        "[BK_isSigExpOK] ksinfo SIGNATURE_EXPIRATION missing or not a number of seconds";
+    BK_SIGNATURE_LOG(kExpiryCheck, text);
+    fail(reply, text);
+    return false;
+  }
   const Json::Int64 now = static_cast<Json::Int64>(time(nullptr));
   if (expiration < now) {
     std::ostringstream text;

@@ -6,20 +6,22 @@
 //     while the file is under 1024 characters, as it is while being
 //     rewritten) and verifies its "signature" against the embedded station
 //     key.  The signed text follows the SIGNATURE_VERSION of the settings
-//     loaded at the last session start.  True: reply text "Digital signature
-//     verified OK" and a pass status.  False: the reply carries the reason and
-//     a failure of class BK_MSG_CLASS_API_ERROR, message
-//     BK_MSG_ERROR_INVALID_SIGNATURE, which no station policy can soften.
-//     Throws Json::LogicError when version "2" meets a kestrel_day without an
-//     integer event_timestamp.  Called by the am-I-okay sequence and by done.
+//     loaded at the last session start.  A file with a key twice in one
+//     object, a comment or anything after its top-level value fails, and so
+//     does one whose signed objects are not its top-level members of those
+//     names.  When the signed objects changed since the settings were
+//     loaded, the text the settings came from must verify as well.  True:
+//     reply text "Digital signature verified OK" and a pass status.  False:
+//     the reply carries the reason and a failure of class
+//     BK_MSG_CLASS_API_ERROR, message BK_MSG_ERROR_INVALID_SIGNATURE, which no
+//     station policy can soften.  Called by the am-I-okay sequence and by done.
 //
 //   bool BK_isSigExpOK(BKReplyHandle reply);
 //     Version "2": true with the text "ks_station_info SIGNATURE_VERSION == 2".
 //     Otherwise compares SIGNATURE_EXPIRATION (seconds since the epoch) with
-//     now: expired gives false with the reason and the same failure status;
-//     valid gives true and leaves the reply alone.  Throws Json::LogicError
-//     when SIGNATURE_VERSION or SIGNATURE_EXPIRATION cannot be read as the
-//     type it must have (an absent expiration included).  Called by done.
+//     now: expired, missing or not a number gives false with the reason and
+//     the same failure status; valid gives true and leaves the reply alone.
+//     Called by done.
 //
 // A NULL reply gives false and an error line.
 #ifndef BRAMBLEKIT_SIGNATURE_STATIONINFOSIGNATURE_H_

@@ -41,12 +41,10 @@ const AmIOkayCheck kOutOfProcess = {
     "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
     "UNIT_OUT_OF_PROCESS [ACTIVE]: ", "UNIT_OUT_OF_PROCESS [PASSIVE]: ", "UNIT_OUT_OF_PROCESS OK"};
 
-// ACTIVE only for the integer 1; anything else, a missing key included, is
-// PASSIVE.  This reads the message key alone, unlike the status policy.
-bool isActive(const char* policyKey) {
-  Json::Value policy = getKSInfo()->getValueFor("lifeline", policyKey);
-  return policy.isInt() && policy.asInt() == 1;
-}
+// ACTIVE for the integer 1 and for an entry that is no integer; a missing
+// key or another integer is PASSIVE.  This reads the message key alone,
+// unlike the status policy.
+bool isActive(const char* policyKey) { return readLifelineEntry(policyKey).active(); }
 
 // The short text of a server's out-of-process answer: what follows the
 // phrase, up to the last comma.  The phrase is looked for the way agents and

@@ -3,8 +3,9 @@
 //
 // A failure fills the caller's reply, if any, and is logged as an error; the
 // fail policy may turn the status into a pass, but the probe still answers
-// false.  A value the probe cannot read fills the reply with a failure and
-// yet answers true, so an agent that writes a bad file does not stop the line.
+// false.  A health value the probe cannot read fills the reply with a failure
+// and yet answers true, so an agent that writes a bad file does not stop the
+// line.  A time-out of the station info file that cannot be read is a failure.
 #include <stdint.h>
 #include <time.h>
 
@@ -78,12 +79,11 @@ bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
     BK_PROBE_FAIL(reply, message, "Station_health_check.json file does not exist.");
   }
   Json::Value ok = healthValue("ethernet_ok");
-  if (!ok.isInt() && reply != nullptr) {
+  // With or without a reply: a file being rewritten must not end the process.
+  if (!ok.isInt()) {
     BK_PROBE_UNREADABLE(reply, message,
                         "Can't interpret ethernet_ok value from station_health_check.json file");
   }
-  // Without a reply an unreadable value is converted all the same, and a
-  // missing key throws out of the probe.
   int value = ok.asInt();
   if (value == 0) {
     BK_PROBE_FAIL(reply, message,
@@ -110,7 +110,7 @@ bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
     return true;
   }
   Json::Value last = healthValue("network_last_successful_check_int");
-  if (!last.isInt() && reply != nullptr) {
+  if (!last.isInt()) {
     BK_PROBE_UNREADABLE(reply, message, "Can't interpret network_last_successful_check_int value");
   }
   int64_t lastCheck = last.asInt();
@@ -133,8 +133,12 @@ bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
   if (!Util_fileExists(stationHealthCheckFilePath)) {
     BK_PROBE_FAIL(reply, message, "Station_health_check.json file does not exist");
   }
-  // No type test: a missing key throws out of the probe.
-  int timeout = stationValue("KSSI_LASTUPDATE_TIMEOUT").asInt();
+  // A time-out that cannot be read cannot pass.
+  int timeout = 0;
+  if (!readStationInt(stationValue("KSSI_LASTUPDATE_TIMEOUT"), timeout)) {
+    BK_PROBE_FAIL(reply, message,
+                  "Can't interpret KSSI_LASTUPDATE_TIMEOUT value from ks_station_info.json file");
+  }
   BK_LOG(uid, "KSSI_LASTUPDATE_TIMEOUT value for Kestrel [" << timeout << "]");
   if (timeout < 0) {
     BK_LOG(uid, "KSSI_LASTUPDATE_TIMEOUT < 0 [returning true]");
@@ -143,7 +147,7 @@ bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
   // The agent writes this stamp with a fraction; a whole number means some
   // other writer, and is not trusted.
   Json::Value last = healthValue("kssi_last_successful_check");
-  if (last.type() != Json::realValue && reply != nullptr) {
+  if (last.type() != Json::realValue) {
     BK_PROBE_UNREADABLE(reply, message, "Can not interpret kssi_last_successful_check value");
   }
   int64_t lastUpdate = truncateSeconds(last.asDouble());
@@ -170,8 +174,12 @@ bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
   }
   int64_t age = static_cast<int64_t>(time(nullptr)) -
                 static_cast<int64_t>(Util_fileModificationTime(stationHealthCheckFilePath));
-  // No type test: a missing key throws out of the probe.
-  int timeout = stationValue("MARTEN_NOT_RUNNING_TIMEOUT").asInt();
+  int timeout = 0;
+  if (!readStationInt(stationValue("MARTEN_NOT_RUNNING_TIMEOUT"), timeout)) {
+    BK_PROBE_FAIL(reply, message,
+                  "Can't interpret MARTEN_NOT_RUNNING_TIMEOUT value from ks_station_info.json "
+                  "file");
+  }
   if (timeout < 0) {
     BK_LOG(uid, "MARTEN_NOT_RUNNING_TIMEOUT < 0 [returning true]");
     return true;

@@ -43,7 +43,7 @@ TEST_F(HealthProbes, FreshHealthFilePassesAndMissingFileFailsEachProbe) {
   EXPECT_FALSE(BK_isMartenRunning(uut_, nullptr));
 }
 
-// Unreadable values pass with a report in the reply, and throw without one.
+// Unreadable values pass with a report in the reply, and pass without one.
 TEST_F(HealthProbes, UnreadableValuesPassWithAReport) {
   health_["ethernet_ok"] = "1";                               // only an integer flag is read
   health_.removeMember("network_last_successful_check_int");  // as the agent's sample spells it
@@ -62,7 +62,7 @@ TEST_F(HealthProbes, UnreadableValuesPassWithAReport) {
     EXPECT_EQ(text(), report);
     EXPECT_EQ(status(), failStatus(message));
   }
-  EXPECT_ANY_THROW(BK_isNetWorkOK(uut_, nullptr));
+  for (const auto& [probe, report, message] : probes) EXPECT_TRUE(probe(uut_, nullptr)) << report;
 }
 
 // A stamp with a fraction is read, and this one is long stale.

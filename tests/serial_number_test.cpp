@@ -97,9 +97,9 @@ TEST_F(SerialNumber, CheckCharacterIsAWeightedSumOverTheWholeNumber) {
 TEST_F(SerialNumber, PolicyDecidesThePendingFailureOnly) {
   const std::string active = "ACTIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
   const std::string passive = "PASSIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-  // A missing entry and a text are both passive.
+  // A missing entry is passive; one that is no integer is active.
   const std::pair<Json::Value, bool> cases[] = {
-      {1, true}, {0, false}, {Json::Value(), false}, {"1", false}, {2, true}};
+      {1, true}, {0, false}, {Json::Value(), false}, {"0", true}, {2, true}};
   for (const auto& [entry, pending] : cases) {
     SCOPED_TRACE(entry.toStyledString());
     info_["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = entry;

@@ -82,6 +82,21 @@ TEST(SessionStart, MakesDirectoryDocumentAndVersionFile) {
   EXPECT_EQ(second->getRootJson()["test_station_attributes"]["station_id"], "second");
   EXPECT_EQ(doc["test_station_attributes"]["station_id"], "TSTA_L07_FUNCTIONAL-TEST_1");
   BK_UID_destroy(second);
+
+  // Station keys go in as texts: a number as its digits, an array or object,
+  // which has no text, as the empty text.
+  info["ksinfo"]["STATION_ID"] = 42;
+  info["ksinfo"]["MAC"] = Json::Value(Json::arrayValue);
+  info["ksinfo"]["STATION_TYPE"] = Json::Value(Json::objectValue);
+  info["ksinfo"]["SIGNATURE_VERSION"] = 2;
+  CUUT* third = start(info);
+  ASSERT_NE(third, nullptr);
+  const Json::Value& station = third->getRootJson()["test_station_attributes"];
+  EXPECT_EQ(station["station_id"], "42");
+  EXPECT_EQ(station["mac_addr"], "");
+  EXPECT_EQ(station["station_name"], "");
+  EXPECT_EQ(third->getRootJson()["test_attributes"]["signature_version"], "2");
+  BK_UID_destroy(third);
   BK_UID_destroy(uut);
   EXPECT_TRUE(isDirectory(kUutData + uid));
 }

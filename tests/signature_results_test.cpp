@@ -3,10 +3,13 @@
 // the texts they cover.
 #include <gtest/gtest.h>
 #include <json/json.h>
+#include <stdio.h>
+#include <sys/wait.h>
 
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "DevelopmentKeys.h"
 #include "signature/ResultsSigning.h"
@@ -26,7 +29,8 @@ Json::Value finishedDocument() {
   Json::Reader().parse(R"({"blobs": [], "station_failure": {"failure_reason": "none"},
     "results": [{"test": "voltage", "value": "3.31", "lower_limit": "1", "result": "PASS"},
                 {"test": "current", "value": "0.42", "upper_limit": "5", "result": "PASS"}],
-    "test_attributes": {"uut_start": "2026-11-21 10:00:00", "unit_serial_number": "C0212ABCDEF",
+    "test_attributes": {"uut_start": "2026-11-21 10:00:00", "uut_stop": "2026-11-21 10:05:00",
+      "unit_serial_number": "C0212ABCDEF",
       "test_result": "PASS", "pdata_not_sent_to_trax": ["3"], "signature_version": "2"},
     "test_station_attributes": {"bk_version": "1.1.71", "station_id": "TSTA_L07_FT_1",
       "mac_addr": "ff:ff:ff:ff:ff:ff", "station_name": "FUNCTIONAL-TEST"}})",
@@ -44,6 +48,19 @@ std::string writeResults(const Json::Value& root) {
 bool verifies(const std::string& text) {
   std::string reason;
   return verifySignedResults(BK_DEV_RESULTS_PUBLIC_KEY, text, reason);
+}
+
+// The verifier program's exit status and standard output for `text`.
+std::pair<int, std::string> runVerifier(const std::string& text) {
+  writeFile(kResultsPath, text);
+  const std::string command = std::string("'") + BK_VERIFY_RESULTS_TOOL + "' '" +
+                              BK_DEV_RESULTS_PUBLIC_KEY + "' '" + kResultsPath + "' 2>/dev/null";
+  FILE* pipe = popen(command.c_str(), "r");
+  std::string out;
+  char buffer[256];
+  while (pipe != nullptr && fgets(buffer, sizeof buffer, pipe) != nullptr) out += buffer;
+  const int status = pipe == nullptr ? -1 : pclose(pipe);
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
 }
 
 TEST(ResultsSignature, SignedFileVerifiesAndEveryChangeToTheSignedTextsFails) {
@@ -112,6 +129,69 @@ TEST(ResultsSignature, TextsAsTheConsumersCutThem) {
   EXPECT_EQ(span.back(), ']');
   ASSERT_TRUE(signJsonResults(kResultsPath));
   EXPECT_TRUE(verifies(readFile(kResultsPath)));
+}
+
+// A FAIL turned into a PASS, or another serial number, while the cut texts
+// still find the signed values: each file is refused with the reason.
+TEST(ResultsSignature, EditsBehindDecoysAndNonStrictFilesAreRefused) {
+  Json::Value failed = finishedDocument();
+  failed["test_attributes"]["test_result"] = "FAIL";
+  writeResults(failed);
+  ASSERT_TRUE(signJsonResults(kResultsPath));
+  const std::string text = readFile(kResultsPath);
+  const auto edit = [&text](const std::string& from, const std::string& to) {
+    std::string changed = text;
+    const std::size_t at = changed.find(from, changed.find("\"test_attributes\""));
+    return changed.replace(at, from.size(), to);
+  };
+  std::string decoy = edit("\"C0212ABCDEF\"", "\"C0299ZZZZZZ\"");
+  decoy.insert(1,
+               "\"a\" : {\"test_result\" : \"FAIL\", \"unit_serial_number\" : \"C0212ABCDEF\"},");
+  std::string passed = edit("\"FAIL\"", "\"PASS\"");
+  passed.insert(1, "\"a\" : {\"test_result\" : \"FAIL\"},");
+
+  // Tests named like the keys: the library signs what the cutter finds there.
+  Json::Value named = failed;
+  for (const char* name : {"unit_serial_number", "test_result"}) {
+    Json::Value result;
+    result["test"] = name;
+    result["value"] = "7";
+    result["result"] = "PASS";
+    named["results"].append(result);
+  }
+  writeResults(named);
+  ASSERT_TRUE(signJsonResults(kResultsPath));
+  std::string namedText = readFile(kResultsPath);
+  namedText.replace(namedText.rfind("\"FAIL\""), 6, "\"PASS\"");
+
+  // A parser takes the later of two keys, the cutter the earlier.
+  std::string duplicate = text;
+  duplicate.insert(duplicate.find("\"unit_serial_number\"", duplicate.find("\"test_attributes\"")),
+                   "\"test_result\" : \"PASS\",\n\t\t");
+  std::string commented = edit("\"FAIL\"", "\"PASS\"");
+  commented.insert(1, "/* \"test_result\" : \"FAIL\" */");
+  const std::pair<std::string, std::string> cases[] = {
+      {decoy,
+       "unit_serial_number: signed \"C0212ABCDEF\", but test_attributes holds "
+       "\"C0299ZZZZZZ\""},
+      {passed, "test_result: signed \"FAIL\", but test_attributes holds \"PASS\""},
+      {namedText, "unit_serial_number: signed \"7\", but test_attributes holds \"C0212ABCDEF\""},
+      {duplicate, "not strict JSON: the key \"test_result\" twice in one object, again at line "},
+      {commented, "not strict JSON: a comment at line 1, column 2"},
+      {text + "{}", "not strict JSON: more than white space after the top-level value, at line "},
+  };
+  ASSERT_TRUE(verifies(text));
+  for (const auto& [tampered, reason] : cases) {
+    std::string why;
+    EXPECT_FALSE(verifySignedResults(BK_DEV_RESULTS_PUBLIC_KEY, tampered, why)) << reason;
+    EXPECT_EQ(why.rfind(reason, 0), 0u) << why;
+  }
+
+  // The program says so too, and names what no signature covers.
+  EXPECT_EQ(runVerifier(decoy).first, 1);
+  EXPECT_EQ(runVerifier(text), std::make_pair(0, std::string("verify_results: both signatures "
+                                                             "verified\nnot covered: blobs, "
+                                                             "uut_stop, bk_version\n")));
 }
 
 TEST(ResultsSignature, FailuresLeaveTheFileUntouched) {

@@ -35,6 +35,16 @@ Answer checkSignature(bool (*check)(void*) = BK_isSignatureOK) {
                   text);
 }
 
+// A refusal with the signature's failure; the text starts as every such
+// text does.
+::testing::AssertionResult refused(const Answer& answer) {
+  if (!answer.success && (answer.status & kStatusFailBit) != 0 &&
+      answer.text.rfind("Invalid Signature: ", 0) == 0) {
+    return ::testing::AssertionSuccess();
+  }
+  return ::testing::AssertionFailure() << answer.status << " \"" << answer.text << '"';
+}
+
 class StationSignatureTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -74,7 +84,7 @@ TEST_F(StationSignatureTest, EveryByteOfTheSignedObjectsIsGuarded) {
     const std::size_t length = span(key).second;
     for (std::size_t at = 0; at < length; at += std::max<std::size_t>(1, length / 110), ++tried) {
       tamper(key, at);
-      EXPECT_TRUE(is(checkSignature(), false, kInvalid)) << key << " byte " << at;
+      EXPECT_TRUE(refused(checkSignature())) << key << " byte " << at;
     }
   }
   EXPECT_GE(tried, 300u);
@@ -86,6 +96,74 @@ TEST_F(StationSignatureTest, EveryByteOfTheSignedObjectsIsGuarded) {
   // The software versions are not covered.
   tamper("swversions", 5);
   EXPECT_TRUE(checkSignature().success);
+}
+
+// Files that keep the signed bytes but let a parser see other objects: each is
+// refused with a text that names the rule, and the settings loaded from it are
+// never the forged ones.
+TEST_F(StationSignatureTest, ForgeriesAroundTheSignedTextFail) {
+  writeSigned();
+  const std::string ksinfoText = signed_.substr(span("ksinfo").first, span("ksinfo").second);
+  std::string forgedKsinfo = ksinfoText;
+  forgedKsinfo.replace(forgedKsinfo.find("TSTA_L07_FUNCTIONAL-TEST_1"), 26, "FORGED");
+  const std::size_t last = signed_.rfind('}');
+  const std::string body = signed_.substr(1, last - 1);
+
+  std::string decoy = signed_;
+  decoy.replace(span("ksinfo").first, ksinfoText.size(), forgedKsinfo);
+  decoy.insert(1, "\"a_note\" : \"ksinfo\", \"a_copy\" : " + ksinfoText + ",");
+  const std::string holds = "Invalid Signature: ks_station_info.json holds ";
+  const struct {
+    std::string text;
+    std::string reason;  // how the reply's text begins
+  } cases[] = {
+      {std::string(signed_).insert(
+           last, ",\"lifeline\" : {\"BK_MSG_ERROR_ETHERNET_NOT_RESPONDING\" : 0}\n"),
+       holds + "the key \"lifeline\" twice in one object, again at line "},
+      {"{ /*" + body + "*/ \"ksinfo\" : " + forgedKsinfo + ", \"lifeline\" : {} }",
+       holds + "a comment at line 1, column 3"},
+      {signed_ + "{\"ksinfo\" : " + forgedKsinfo + "}",
+       holds + "more than white space after the top-level value, at line "},
+      {decoy,
+       "Invalid Signature: the text signed as \"ksinfo\" in ks_station_info.json is not "
+       "its top-level ksinfo object"},
+  };
+  for (const auto& forged : cases) {
+    writeFile(kStationInfoPath, forged.text);
+    reload();
+    const Answer answer = checkSignature();
+    EXPECT_TRUE(refused(answer));
+    EXPECT_EQ(answer.text.rfind(forged.reason, 0), 0u) << answer.text;
+    // The decoy's settings are its forged object, which nothing signs: only
+    // the refusal above keeps it from counting.
+    if (forged.text == decoy) continue;
+    EXPECT_NE(getKSInfo()->getValueFor("ksinfo", "STATION_ID"), "FORGED") << forged.reason;
+    EXPECT_NE(getKSInfo()->getValueFor("lifeline", "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"), 0);
+  }
+}
+
+// The settings in use are those of the last session start: a signed file put
+// back after an unsigned one was loaded does not vouch for them, while a newly
+// signed file does not disturb settings that were signed too.
+TEST_F(StationSignatureTest, SettingsInUseMustHaveBeenSignedToo) {
+  Json::Value forged = readyStationInfo();
+  forged["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
+  writeSigned();
+  writeUnsigned(forged);
+  writeFile(kStationInfoPath, signed_);
+  const Answer answer = checkSignature();
+  EXPECT_TRUE(refused(answer));
+  EXPECT_EQ(answer.text.rfind("Invalid Signature: the settings in use since the last session start "
+                              "are not signed (",
+                              0),
+            0u)
+      << answer.text;
+
+  Json::Value other = readyStationInfo();
+  other["ksinfo"]["STATION_ID"] = "OTHER";
+  writeSigned();
+  writeSignedStationFiles(other, sampleHealth(), "1");
+  EXPECT_TRUE(is(checkSignature(), true, "Digital signature verified OK"));
 }
 
 TEST_F(StationSignatureTest, NoFailPolicyCanSoftenABadSignature) {
@@ -110,7 +188,7 @@ TEST_F(StationSignatureTest, VersionTwoCoversKestrelDayAloneAndNeedsStampOne) {
   tamper("ksinfo", 9);
   EXPECT_TRUE(checkSignature().success) << "settings are not covered under version 2";
   tamper("kestrel_day", 3);
-  EXPECT_TRUE(is(checkSignature(), false, kInvalid));
+  EXPECT_TRUE(refused(checkSignature()));
 
   std::string text = signed_;
   const std::size_t stamp = text.find("\"event_timestamp\" : 1");
@@ -119,10 +197,10 @@ TEST_F(StationSignatureTest, VersionTwoCoversKestrelDayAloneAndNeedsStampOne) {
   writeFile(kStationInfoPath, text);
   reload();
   EXPECT_TRUE(is(checkSignature(), false, kBadVersion));
-  // An absent stamp reads "NOTFOUND", which is no number: the caller gets it.
+  // An absent stamp reads "NOTFOUND", which is no number either.
   writeFile(kStationInfoPath, text.replace(stamp, 17, "\"other_timestamp\""));
   reload();
-  EXPECT_THROW(checkSignature(), Json::LogicError);
+  EXPECT_TRUE(is(checkSignature(), false, kBadVersion));
   // Any other version, even the number 1, fails the same way.
   for (const Json::Value& version : {Json::Value("3"), Json::Value(1), Json::Value()}) {
     Json::Value info = readyStationInfo();
@@ -164,7 +242,7 @@ TEST_F(StationSignatureTest, ShortReadThenBadFileReportsBoth) {
   writeFile(kStationInfoPath, "{}");
   std::thread rewriter([this] {
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    tamper("lifeline", 0);
+    tamper("lifeline", 5);
   });
   const Answer answer = checkSignature();
   rewriter.join();
@@ -182,11 +260,16 @@ TEST_F(StationSignatureTest, ExpiryFollowsTheLoadedSettings) {
   writeUnsigned(info);
   EXPECT_TRUE(is(checkSignature(BK_isSigExpOK), true, "ks_station_info SIGNATURE_VERSION == 2"));
 
-  // Without an expiration, or with a missing version, the read throws.
-  info["ksinfo"].removeMember("SIGNATURE_EXPIRATION");
-  info["ksinfo"].removeMember("SIGNATURE_VERSION");
-  writeUnsigned(info);
-  EXPECT_THROW(checkSignature(BK_isSigExpOK), Json::LogicError);
+  // Without a readable expiration the signature does not count as unexpired.
+  const char* unreadable =
+      "[BK_isSigExpOK] ksinfo SIGNATURE_EXPIRATION missing or not a number of seconds";
+  info["ksinfo"]["SIGNATURE_VERSION"] = Json::Value(Json::arrayValue);
+  for (const Json::Value& expiration : {Json::Value("2099"), Json::Value()}) {
+    info["ksinfo"]["SIGNATURE_EXPIRATION"] = expiration;
+    if (expiration.isNull()) info["ksinfo"].removeMember("SIGNATURE_EXPIRATION");
+    writeUnsigned(info);
+    EXPECT_TRUE(is(checkSignature(BK_isSigExpOK), false, unreadable)) << expiration;
+  }
 }
 
 }  // namespace

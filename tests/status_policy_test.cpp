@@ -30,14 +30,19 @@ TEST(FailPolicy, EntryDecidesActivePassiveOrOff) {
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), kStatusFailBit | word);
   usePolicy("BK_MSG_ERROR_API_SYNTAX", 0);
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), word);
-  // Anything but the integers 0 and 1 switches the fault off, a pass too.
-  for (const Json::Value& off : {Json::Value(2), Json::Value(true), Json::Value("1")}) {
-    usePolicy("BK_MSG_ERROR_API_SYNTAX", off);
-    EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u) << off.toStyledString();
-    EXPECT_EQ(BK_buildStatus(BK_PASS, 1, 4), 0u);
-  }
+  // Another integer, or no entry, switches the fault off, a pass too.
+  usePolicy("BK_MSG_ERROR_API_SYNTAX", 2);
+  EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
+  EXPECT_EQ(BK_buildStatus(BK_PASS, 1, 4), 0u);
   usePolicy();
   EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), 0u);
+  // An entry that is there but no integer cannot soften the fault.
+  for (const Json::Value& unreadable : {Json::Value(true), Json::Value("0"), Json::Value(0.5),
+                                        Json::Value(Json::arrayValue), Json::Value()}) {
+    usePolicy("BK_MSG_ERROR_API_SYNTAX", unreadable);
+    EXPECT_EQ(BK_buildStatus(BK_FAIL, 1, 4), kStatusFailBit | word) << unreadable;
+    EXPECT_FALSE(BK_isFailPassive(1, 4));
+  }
   // A pass under an active entry keeps class and message, without the fail bit.
   usePolicy("BK_MSG_ERROR_SFC_QUERY_UNIT", 1);
   EXPECT_EQ(BK_buildStatus(BK_PASS, 32, 33), (32u << 20) | 33);
@@ -77,8 +82,9 @@ TEST(FailPolicy, ClassEntriesDecideWhenTheMessageEntryIsOff) {
   EXPECT_FALSE(BK_isFailPassive(32, 7));
   // With neither a message nor a class entry the fault is passive.
   EXPECT_TRUE(BK_isFailPassive(2, 7));
-  // A message without a numeric entry cannot be read as an integer.
-  EXPECT_THROW(BK_isFailPassive(1, 4), Json::Exception);
+  // A message without an entry goes by its class's entry.
+  EXPECT_FALSE(BK_isFailPassive(1, 4));
+  EXPECT_TRUE(BK_isFailPassive(4, 4));
 }
 
 TEST(Replies, AccessorsReadTheStatusWordAsStations) {

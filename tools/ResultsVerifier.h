@@ -6,12 +6,17 @@
 #include <json/json.h>
 
 #include <string>
+#include <vector>
 
 // True when otter_signature and ocelot_signature of the results file text
-// `fileText` both verify with the PEM public key at `keyPath`.  Otherwise
-// false, with a one-line `reason`.
+// `fileText` both verify with the PEM public key at `keyPath`, and the file
+// says what they sign: it is strict JSON (no key twice in an object, no
+// comment, nothing after the document), and the identifying values cut for
+// the OCELOT text are the parsed document's own.  Otherwise false, with a
+// one-line `reason`.  On success `uncovered`, if given, names the members
+// that neither signature covers, in file order.
 bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
-                         std::string& reason);
+                         std::string& reason, std::vector<std::string>* uncovered = nullptr);
 
 // The same check for a file text that the caller has parsed into `root`
 // already, so a large file is parsed once.

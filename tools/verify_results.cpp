@@ -8,10 +8,17 @@
 // minus the lines of the two signature members that signing added inside it;
 // the OCELOT text joins the unit's and station's identifying values.
 //
-// Exit status 0 when both signatures hold; 1 with one line on standard error
-// naming the reason otherwise; 2 for a usage error.
+// The file must be strict JSON (no key twice in an object, no comment, no
+// text after the document), and each identifying value cut for the OCELOT
+// text must be the parsed document's own, so that what is signed is what the
+// file says.
+//
+// Exit status 0 when both signatures hold, with a line "not covered: ..."
+// naming the members that no signature covers; 1 with one line on standard
+// error naming the reason otherwise; 2 for a usage error.
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "tools/ResultsVerifier.h"
 #include "tools/ToolCrypto.h"
@@ -25,8 +32,16 @@ int main(int argc, char** argv) {
   std::string reason;
   if (!readWholeFile(argv[2], text)) {
     reason = std::string("cannot read ") + argv[2];
-  } else if (verifySignedResults(argv[1], text, reason)) {
+  } else if (std::vector<std::string> uncovered;
+             verifySignedResults(argv[1], text, reason, &uncovered)) {
     std::cout << "verify_results: both signatures verified" << std::endl;
+    if (!uncovered.empty()) {
+      std::cout << "not covered: ";
+      for (std::size_t i = 0; i < uncovered.size(); ++i) {
+        std::cout << (i == 0 ? "" : ", ") << uncovered[i];
+      }
+      std::cout << std::endl;
+    }
     return 0;
   }
   std::cerr << "verify_results: " << reason << std::endl;
