@@ -44,15 +44,8 @@ std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData()
 // The policy entries are read as the JSON library's asInt() would read them,
 // except that a missing entry or a text counts as "not 1" (PASSIVE) instead of
 // throwing out of done: the station's session must still reach UID.did.
-bool lifelineIntIsOne(const char* key) {
-  Json::Value value = getKSInfo()->getValueFor("lifeline", key);
-  return value.isConvertibleTo(Json::intValue) && value.asInt() == 1;
-}
-
-bool lifelineIsInteger1(const char* key) {
-  Json::Value value = getKSInfo()->getValueFor("lifeline", key);
-  return value.isInt() && value.asInt() == 1;
-}
+// An entry that is there but cannot be read never softens a fault: ACTIVE.
+bool lifelineIsActive(const char* key) { return readLifelineEntry(key).active(); }
 
 struct HealthRow {
   bool (*check)(UUTHandle, BKReplyHandle);
@@ -132,7 +125,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
     if (row.check(uut, reply)) continue;
     uut->pendingFailure = true;
     std::string checkText = textOf(reply);
-    if (lifelineIntIsOne(row.lifelineKey)) {
+    if (lifelineIsActive(row.lifelineKey)) {
       stream << row.activeText << checkText;
       DONE_LOG_ERROR(stream.str());
       uut->pendingFailureName = row.activeName;
@@ -225,7 +218,7 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
       std::string killed = "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + UID + "]";
       stream << killed;
       DONE_LOG(UID, killed);
-      bool active = lifelineIsInteger1("BK_MSG_ERROR_SFC_QUERY_UNIT");
+      bool active = lifelineIsActive("BK_MSG_ERROR_SFC_QUERY_UNIT");
       stream << (active ? " [ACTIVE]" : " [PASSIVE]");
       recordSFCFailure(uut, reply, stream, active, "SFC_QUERY_UNIT", killed,
                        BK_MSG_ERROR_SFC_QUERY_UNIT);
@@ -246,7 +239,7 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
   std::getline(response, line);
 
   if (line.find("No response from SFC") != std::string::npos) {
-    bool active = lifelineIsInteger1("BK_MSG_ERROR_SFC_QUERY_UNIT");
+    bool active = lifelineIsActive("BK_MSG_ERROR_SFC_QUERY_UNIT");
     stream << (active ? "SFC_QUERY_UNIT no Response from server: [ACTIVE]"
                       : "SFC_QUERY_UNIT no Response from server: [PASSIVE]");
     recordSFCFailure(uut, reply, stream, active, "SFC_QUERY_UNIT", line,
@@ -255,7 +248,7 @@ static void doneThreadSection(CUUT* uut, CBKReply* reply, std::ostringstream& st
              line.find("UNIT_OUT_OF_PROCESS") != std::string::npos) {
     std::string text = cutOutOfProcessText(line);
     stream << text;
-    bool active = lifelineIntIsOne("BK_MSG_ERROR_UNIT_OUT_OF_PROCESS");
+    bool active = lifelineIsActive("BK_MSG_ERROR_UNIT_OUT_OF_PROCESS");
     stream << (active ? " [ACTIVE]" : " [PASSIVE]");
     recordSFCFailure(uut, reply, stream, active, "UNIT_OUT_OF_PROCESS", text,
                      BK_MSG_ERROR_UNIT_OUT_OF_PROCESS);
