@@ -83,6 +83,15 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   EXPECT_TRUE(done().success);
   EXPECT_FALSE(uut_->pendingFailureActive);
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "Signature NOT OK [PASSIVE]: ");
+
+  // A policy entry that cannot be read never softens the fault.
+  info = readyStationInfo();
+  info["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = "0";
+  writeReadyStation(info, health);
+  filled(2);
+  EXPECT_FALSE(done().success);
+  EXPECT_TRUE(uut_->pendingFailureActive);
+  EXPECT_NE(fatalTest()["sub_test"].asString().find("[ACTIVE]"), std::string::npos);
 }
 
 TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {

@@ -182,6 +182,13 @@ TEST_F(ReportTest, SignatureStates) {
     ASSERT_EQ(report("'" + c.session + "' -o " + page + " " + c.arguments), 0);
     EXPECT_TRUE(contains(readFile(page), c.expected)) << c.expected;
   }
+  // A decoy member before the real one: shown, but no signature passes it.
+  const std::string decoy = copyOfFailing("decoy.commit");
+  text = readFile(decoy + "/results.Json");
+  writeFile(decoy + "/results.Json", "{\"test_attributes\": {}," + text.substr(1));
+  const std::string page = kOut + "/decoy.html";
+  EXPECT_EQ(report("'" + decoy + "' -o " + page + " " + keyArgument()), 1);
+  EXPECT_TRUE(contains(readFile(page), "class=\"sig-bad\">FAILED: not strict JSON"));
 }
 
 TEST_F(ReportTest, BrokenInputGivesAPageThatSaysWhy) {

@@ -87,11 +87,12 @@ bool verifySignedResults(const std::string& keyPath, const std::string& fileText
     reason = "not a JSON object";
     return false;
   }
-  return verifySignedResults(keyPath, fileText, root, reason);
+  return verifySignedResults(keyPath, fileText, root, reason, uncovered);
 }
 
 bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
-                         const Json::Value& root, std::string& reason) {
+                         const Json::Value& root, std::string& reason,
+                         std::vector<std::string>* uncovered) {
   if (!root.isObject()) {
     reason = "not a JSON object";
     return false;

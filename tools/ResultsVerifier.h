@@ -19,8 +19,10 @@ bool verifySignedResults(const std::string& keyPath, const std::string& fileText
                          std::string& reason, std::vector<std::string>* uncovered = nullptr);
 
 // The same check for a file text that the caller has parsed into `root`
-// already, so a large file is parsed once.
+// already, so a large file is parsed once.  The strictness of the text is the
+// caller's to check.
 bool verifySignedResults(const std::string& keyPath, const std::string& fileText,
-                         const Json::Value& root, std::string& reason);
+                         const Json::Value& root, std::string& reason,
+                         std::vector<std::string>* uncovered = nullptr);
 
 #endif  // BRAMBLEKIT_TOOLS_RESULTSVERIFIER_H_

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <string_view>
 
+#include "foundation/StrictJson.h"
 #include "tools/LimitBar.h"
 #include "tools/ReportHtml.h"
 #include "tools/ResultsVerifier.h"
@@ -136,7 +137,11 @@ void checkSignatures(LoadedSession& session, const std::string& fileText,
   std::string reason;
   bool verified = false;
   try {
-    verified = verifySignedResults(publicKeyPath, fileText, session.document, reason);
+    if (!session.notStrict.empty()) {
+      reason = "not strict JSON: " + session.notStrict;
+    } else {
+      verified = verifySignedResults(publicKeyPath, fileText, session.document, reason);
+    }
   } catch (const std::exception& error) {
     reason = error.what();
   }
@@ -247,15 +252,25 @@ LoadedSession loadSession(const std::string& path, const std::string& publicKeyP
     session.problems.push_back("cannot read " + session.resultsPath);
     return session;
   }
-  Json::CharReaderBuilder builder;
-  builder["collectComments"] = false;
-  std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  std::string parseErrors;
-  if (!reader->parse(fileText.data(), fileText.data() + fileText.size(), &session.document,
-                     &parseErrors)) {
+  StrictJsonProblem strictProblem;
+  if (!parseStrictJson(fileText, session.document, strictProblem)) {
     session.document = Json::Value();
-    session.problems.push_back(session.resultsPath + " is not JSON: " + parseErrors);
-    return session;
+    if (strictProblem.kind == StrictJsonProblem::kSyntax) {
+      session.problems.push_back(session.resultsPath + " is not JSON: " + strictProblem.describe());
+      return session;
+    }
+    // Shown as far as a lenient reader gets, but its signatures fail.
+    session.notStrict = strictProblem.describe();
+    session.problems.push_back(session.resultsPath + " is not strict JSON: " + session.notStrict);
+    Json::CharReaderBuilder builder;
+    builder["collectComments"] = false;
+    std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    std::string parseErrors;
+    if (!reader->parse(fileText.data(), fileText.data() + fileText.size(), &session.document,
+                       &parseErrors)) {
+      session.document = Json::Value();
+      return session;
+    }
   }
   if (!session.document.isObject()) {
     session.problems.push_back(session.resultsPath + " does not hold a JSON object");

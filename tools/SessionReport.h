@@ -32,6 +32,9 @@ struct LoadedSession {
   std::string resultsPath;  // "" when none was found
   bool parsed = false;      // the results file is a JSON object
   Json::Value document;
+  // Why the text is not strict JSON (a key twice, a comment, trailing text),
+  // which no signature may pass; "" when it is.
+  std::string notStrict;
   std::vector<std::string> problems;
   SignatureCheck signature;
   SessionCounts counts;
