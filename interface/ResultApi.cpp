@@ -59,6 +59,9 @@ std::string formProblem(const CBKTestSpec& spec, const CBKTestResult& result) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
@@ -106,4 +109,13 @@ BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHand
   reply->setStatus(kResultPassStatus);
   bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
   return reply;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_addResult(bkLiveSession(handle), bkLive(spec, BKHandleKind::TestSpec),
+                                   bkLive(result, BKHandleKind::TestResult));
+  });
 }

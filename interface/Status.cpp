@@ -4,6 +4,7 @@
 
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "interface/EntryFrame.h"
 
 // clang-format off
 const char* const BKMessageClassNames[33] = {
@@ -63,6 +64,9 @@ static Json::Value lifelineEntry(const char* name) {
   return getKSInfo()->getValueFor("lifeline", name);
 }
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
   return !isPolicyEntry(lifelineEntry(bkMessageName(message)));
@@ -120,4 +124,29 @@ unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned me
     return word;
   }
   return kStatusFailBit | word;
+}
+
+}  // namespace unguarded
+
+bool BK_isLifelineMessageOFF(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isLifelineMessageOFF(msgClass, message); });
+}
+
+bool BK_isLifelineClassOFF(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isLifelineClassOFF(msgClass, message); });
+}
+
+// A message without a numeric entry makes the look-up throw: the answer is
+// then "not passive".
+bool BK_isFailPassive(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isFailPassive(msgClass, message); });
+}
+
+// After an exception the word is a failure: the policy could not be read.
+unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, kStatusFailBit | (msgClass << 20) | message,
+                      [&] { return unguarded::BK_buildStatus(result, msgClass, message); });
 }

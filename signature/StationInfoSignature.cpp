@@ -10,6 +10,7 @@
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 #include "signature/RawTextCutters.h"
 #include "signature/SignedTexts.h"
 #include "signature/SigningPrimitives.h"
@@ -131,6 +132,9 @@ bool checkStationInfoText(const std::string& fileText, std::ostringstream& messa
   return false;
 }
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 bool BK_isSignatureOK(BKReplyHandle replyHandle) {
   CBKReply* reply = static_cast<CBKReply*>(replyHandle);
   if (reply == nullptr) {
@@ -178,4 +182,14 @@ bool BK_isSigExpOK(BKReplyHandle replyHandle) {
     return false;
   }
   return true;
+}
+
+}  // namespace unguarded
+
+bool BK_isSignatureOK(BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSignatureOK(bkLiveReply(reply)); });
+}
+
+bool BK_isSigExpOK(BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSigExpOK(bkLiveReply(reply)); });
 }

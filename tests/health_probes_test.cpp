@@ -62,7 +62,9 @@ TEST_F(HealthProbes, UnreadableValuesPassWithAReport) {
     EXPECT_EQ(text(), report);
     EXPECT_EQ(status(), failStatus(message));
   }
-  EXPECT_ANY_THROW(BK_isNetWorkOK(uut_, nullptr));
+  // Without a reply the value is converted all the same; the exception stops
+  // at the boundary.
+  EXPECT_FALSE(BK_isNetWorkOK(uut_, nullptr));
 }
 
 // A stamp with a fraction is read, and this one is long stale.
