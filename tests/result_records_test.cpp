@@ -26,7 +26,7 @@ class TestRecordsTest : public ::testing::Test {
   testResultHandle result_ = BK_testResult_create();
 };
 
-TEST_F(TestRecordsTest, DefaultsAndTheLengthCheckedAfterTheTextIsStoredWhole) {
+TEST_F(TestRecordsTest, DefaultsAndTheLengthThatBoundsTheTextAndChecksIt) {
   // What an untouched record puts in the document.
   EXPECT_EQ(spec()->getLowerSpecLimit() + spec()->getUpperSpecLimit() + spec()->getUnits(),
             "NANANA");
