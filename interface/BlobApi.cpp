@@ -103,8 +103,9 @@ BKReplyHandle BK_addBlob(UUTHandle handle, const char* name, const char* path) {
 
 BKReplyHandle BK_addBlobWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy, const char* name,
                                    const char* path) {
-  return bkGuard(__func__, [&] {
-    return unguarded::BK_addBlobWithPolicy(bkLiveSession(handle), policy, name, path);
+  return bkGuard(__func__, [&, raw = static_cast<int>(policy)] {
+    return unguarded::BK_addBlobWithPolicy(bkLiveSession(handle), static_cast<BK_BKBLOBPOLICY>(raw),
+                                           name, path);
   });
 }
 
@@ -116,7 +117,8 @@ BKReplyHandle BK_addBlobData(UUTHandle handle, const char* name, const void* dat
 
 BKReplyHandle BK_addBlobDataWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy, const char* name,
                                        const void* data, long length) {
-  return bkGuard(__func__, [&] {
-    return unguarded::BK_addBlobDataWithPolicy(bkLiveSession(handle), policy, name, data, length);
+  return bkGuard(__func__, [&, raw = static_cast<int>(policy)] {
+    return unguarded::BK_addBlobDataWithPolicy(
+        bkLiveSession(handle), static_cast<BK_BKBLOBPOLICY>(raw), name, data, length);
   });
 }

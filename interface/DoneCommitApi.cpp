@@ -65,5 +65,7 @@ BKReplyHandle BK_UUTDone(UUTHandle handle) {
 }
 
 BKReplyHandle BK_UUTCommit(UUTHandle handle, BK_PASSFAILRESULT result) {
-  return bkGuard(__func__, [&] { return unguarded::BK_UUTCommit(bkLiveSession(handle), result); });
+  return bkGuard(__func__, [&, raw = static_cast<int>(result)] {
+    return unguarded::BK_UUTCommit(bkLiveSession(handle), static_cast<BK_PASSFAILRESULT>(raw));
+  });
 }

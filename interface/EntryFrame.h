@@ -96,6 +96,9 @@ auto bkGuardWith(const char* name, Work&& work, OnException&& onException) -> de
   }
 }
 
+// Stations pass values outside the enumerations: a closure carries such an
+// argument as its integer, so that no out-of-range enum is ever loaded.
+
 // For the entry points that answer with a new reply.
 template <typename Work>
 BKReplyHandle bkGuard(const char* name, Work&& work) {

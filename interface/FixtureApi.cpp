@@ -101,7 +101,11 @@ BKReplyHandle BK_setDUTPos(UUTHandle handle, const char* fixture, const char* he
 BKReplyHandle BK_setDUTPosition(UUTHandle handle, BK_ENUM_FIXTURE_ID fixture,
                                 BK_ENUM_FIXTURE_HEAD_ID head) {
   return bkGuard(
-      __func__, [&] { return unguarded::BK_setDUTPosition(bkLiveSession(handle), fixture, head); });
+      __func__, [&, rawFixture = static_cast<int>(fixture), rawHead = static_cast<int>(head)] {
+        return unguarded::BK_setDUTPosition(bkLiveSession(handle),
+                                            static_cast<BK_ENUM_FIXTURE_ID>(rawFixture),
+                                            static_cast<BK_ENUM_FIXTURE_HEAD_ID>(rawHead));
+      });
 }
 
 BKReplyHandle BK_addModuleHistory(UUTHandle handle, const char* moduleSN, const char* vendorCode,

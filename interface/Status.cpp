@@ -147,6 +147,8 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
 
 // After an exception the word is a failure: the policy could not be read.
 unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, kStatusFailBit | (msgClass << 20) | message,
-                      [&] { return unguarded::BK_buildStatus(result, msgClass, message); });
+  return bkGuardValue(
+      __func__, kStatusFailBit | (msgClass << 20) | message, [&, raw = static_cast<int>(result)] {
+        return unguarded::BK_buildStatus(static_cast<BK_PASSFAILRESULT>(raw), msgClass, message);
+      });
 }

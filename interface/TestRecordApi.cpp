@@ -188,8 +188,9 @@ bool BK_testSpec_setLimits(testSpecHandle spec, const char* lower, size_t lowerL
 }
 
 bool BK_testSpec_setPriority(testSpecHandle spec, enum BK_TRAX_PRIORITY priority) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_testSpec_setPriority(liveSpec(spec), priority); });
+  return bkGuard(__func__, nullptr, [&, raw = static_cast<int>(priority)] {
+    return unguarded::BK_testSpec_setPriority(liveSpec(spec), static_cast<BK_TRAX_PRIORITY>(raw));
+  });
 }
 
 bool BK_testSpec_setAsNonTestItem(testSpecHandle spec) {
@@ -207,8 +208,10 @@ void BK_testResult_destroy(testResultHandle result) {
 }
 
 bool BK_testResult_setResult(testResultHandle result, enum BK_PASSFAILRESULT verdict) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_testResult_setResult(liveResult(result), verdict); });
+  return bkGuard(__func__, nullptr, [&, raw = static_cast<int>(verdict)] {
+    return unguarded::BK_testResult_setResult(liveResult(result),
+                                              static_cast<BK_PASSFAILRESULT>(raw));
+  });
 }
 
 bool BK_testResult_setValue(testResultHandle result, const char* text, size_t length) {
