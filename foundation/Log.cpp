@@ -57,6 +57,9 @@ static std::mutex logWriteLock;
 void CBKLog::write(const char* text) {
   std::lock_guard<std::mutex> hold(logWriteLock);
   if (stream_ == nullptr || !stream_->is_open()) return;
+  // A failed write (a full disk) leaves the stream in a failed state, which
+  // would silence every later line: each line tries again.
+  if (!stream_->good()) stream_->clear();
   *stream_ << text;
   stream_->flush();
 }
@@ -75,23 +78,22 @@ void destroyLog() {
   oneLog = nullptr;
 }
 
-// Readings that are not later than the last one given out are moved just
-// past it, so that no two time stamps of the process are ever equal.
+// A reading equal to the last one is moved on by a growing offset, so that
+// calls within one microsecond differ.  Any other reading is taken as it is,
+// earlier ones included: after the clock is set back, stamps follow it.
 int timeofday_unique(struct timeval* tv, struct timezone* tz) {
   static long lastSeconds = 0;
   static long lastMicroseconds = 0;
+  static long offset = 1;
   int rc = gettimeofday(tv, tz);
   MutexGuard guard(&mutex_lock_timeofday);
-  if (tv->tv_sec < lastSeconds || (tv->tv_sec == lastSeconds && tv->tv_usec <= lastMicroseconds)) {
-    tv->tv_sec = lastSeconds;
-    tv->tv_usec = lastMicroseconds + 1;
-    if (tv->tv_usec > 999999) {
-      tv->tv_sec++;
-      tv->tv_usec = 0;
-    }
+  if (tv->tv_sec == lastSeconds && tv->tv_usec == lastMicroseconds) {
+    tv->tv_usec += offset++;
+  } else {
+    lastSeconds = tv->tv_sec;
+    lastMicroseconds = tv->tv_usec;
+    offset = 1;
   }
-  lastSeconds = tv->tv_sec;
-  lastMicroseconds = tv->tv_usec;
   return rc;
 }
 
@@ -105,14 +107,13 @@ static std::string formatLocalTime(long when, const char* format) {
 }
 
 std::string Util_makeTimestamp(long when) {
-  // The fraction comes from the unique clock, also for an explicit time: it
-  // is what makes the stamp unique.  For "now" the seconds come from the same
-  // reading, so that stamp and fraction always agree.
+  // The seconds come from time(), the fraction from the unique clock, also
+  // for an explicit time: the fraction is what makes the stamp unique.
   struct timeval tv;
   timeofday_unique(&tv, nullptr);
+  const long seconds = when == 0 ? static_cast<long>(time(nullptr)) : when;
   // Every log line makes a stamp, and its seconds change once a second:
   // each thread keeps the last one it formatted.
-  const long seconds = when == 0 ? static_cast<long>(tv.tv_sec) : when;
   thread_local bool cached = false;
   thread_local long cachedSeconds = 0;
   thread_local std::string cachedStamp;
@@ -121,12 +122,9 @@ std::string Util_makeTimestamp(long when) {
     cachedSeconds = seconds;
     cached = true;
   }
-  const std::string& stamp = cachedStamp;
-  char fraction[8] = {'.'};
-  long micros = static_cast<long>(tv.tv_usec);
-  for (int i = 6; i >= 1; --i, micros /= 10) fraction[i] = static_cast<char>('0' + micros % 10);
-  fraction[7] = '\0';
-  return stamp + fraction;
+  char fraction[16];
+  snprintf(fraction, sizeof(fraction), ".%06ld", static_cast<long>(tv.tv_usec));
+  return cachedStamp + fraction;
 }
 
 std::string Util_makeTimestamp2(long when) { return formatLocalTime(when, "%Y-%m-%d %H:%M:%S"); }

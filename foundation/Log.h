@@ -35,9 +35,11 @@ CBKLog* getLog();
 // Destroys the log object at unload; nothing may log afterwards.
 void destroyLog();
 
-// Like gettimeofday, but never gives the same reading twice in a row.
+// Like gettimeofday, but a reading equal to the last one is moved on by a
+// growing number of microseconds (not carried into the seconds).  Not
+// monotonic: it follows the clock back.
 int timeofday_unique(struct timeval* tv, struct timezone* tz);
-// "%Y%m%d-%H%M%S" and ".uuuuuu": unique within the process.  0 means now.
+// "%Y%m%d-%H%M%S" of `when` (0: time()) and ".uuuuuu" of timeofday_unique.
 std::string Util_makeTimestamp(long when);
 // "%Y-%m-%d %H:%M:%S", the form of times in the results document.
 std::string Util_makeTimestamp2(long when);

@@ -7,6 +7,7 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "foundation/Durability.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
@@ -30,7 +31,12 @@ void Util_rotateLog(std::string path) {
   if (stat(path.c_str(), &info) != 0) return;
   if (info.st_size < limit) return;
   std::string copy = std::string(vaultRootPath) + "Bramblekit-" + Util_makeTimestamp(0) + ".log";
-  Util_fileCopy(path.c_str(), copy.c_str(), true);
+  // The live log is cut only once its copy is on disk: a copy that failed
+  // (a full disk) or a crash right after the cut would lose the lines.
+  if (!Util_fileCopy(path.c_str(), copy.c_str(), true) || !Util_syncFile(copy.c_str())) {
+    unlink(copy.c_str());
+    return;
+  }
   // Truncated in place: the log's stream is in append mode and goes on at
   // the new end.
   FILE* file = fopen(path.c_str(), "w");

@@ -7,6 +7,9 @@
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_addAttribute(UUTHandle handle, const char* name, const char* value) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
@@ -51,4 +54,11 @@ BKReplyHandle BK_addAttribute(UUTHandle handle, const char* name, const char* va
   if (BK_success(result)) result->setStatus(BK_buildStatus(BK_PASS, 0, 0));
   BK_LOG_EXIT(uut->getUID());
   return result;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_addAttribute(UUTHandle handle, const char* name, const char* value) {
+  return bkGuard(__func__,
+                 [&] { return unguarded::BK_addAttribute(bkLiveSession(handle), name, value); });
 }

@@ -18,6 +18,9 @@ bool retentionFor(BK_BKBLOBPOLICY policy, unsigned* days) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_addBlob(UUTHandle handle, const char* name, const char* path) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "inHandle");
@@ -89,4 +92,33 @@ BKReplyHandle BK_addBlobDataWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy,
                              << (BK_success(stored) ? " blob data added" : " blob data not added"));
   BK_LOG_EXIT(uut->getUID());
   return stored;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_addBlob(UUTHandle handle, const char* name, const char* path) {
+  return bkGuard(__func__,
+                 [&] { return unguarded::BK_addBlob(bkLiveSession(handle), name, path); });
+}
+
+BKReplyHandle BK_addBlobWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy, const char* name,
+                                   const char* path) {
+  return bkGuard(__func__, [&, raw = static_cast<int>(policy)] {
+    return unguarded::BK_addBlobWithPolicy(bkLiveSession(handle), static_cast<BK_BKBLOBPOLICY>(raw),
+                                           name, path);
+  });
+}
+
+BKReplyHandle BK_addBlobData(UUTHandle handle, const char* name, const void* data, long length) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_addBlobData(bkLiveSession(handle), name, data, length);
+  });
+}
+
+BKReplyHandle BK_addBlobDataWithPolicy(UUTHandle handle, BK_BKBLOBPOLICY policy, const char* name,
+                                       const void* data, long length) {
+  return bkGuard(__func__, [&, raw = static_cast<int>(policy)] {
+    return unguarded::BK_addBlobDataWithPolicy(
+        bkLiveSession(handle), static_cast<BK_BKBLOBPOLICY>(raw), name, data, length);
+  });
 }

@@ -20,7 +20,19 @@
  *
  *   NULL arguments.  A NULL handle or text pointer is answered with a failed
  *   reply of class BK_MSG_CLASS_API_ERROR and message BK_MSG_ERROR_API_SYNTAX,
- *   text "NULL <name> handle passed as a parameter".  Nothing is thrown.
+ *   text "NULL <name> handle passed as a parameter".  A handle that was
+ *   already destroyed, never given out, or is of another kind (a test spec
+ *   passed as a result) is answered the same way and never read; destroying
+ *   it again does nothing, and BK_success of an unknown reply is false.
+ *
+ *   Nothing is thrown.  A fault the library did not handle is answered as a
+ *   failed reply of class BK_MSG_CLASS_API_ERROR, message
+ *   BK_MSG_ERROR_API_UNHANDLED, text "<function> WHOOPS! unhandled
+ *   exception!", whatever the fail policy says; a function that answers bool
+ *   answers false and puts that failure in its reply argument.
+ *
+ *   Counted texts.  A setter given (text, length) reads at most length bytes
+ *   and stops at a zero byte among them; the text needs no terminator.
  *
  *   Test records.  BK_testSpec_create and BK_testResult_create make records
  *   that belong to the caller, not to a session; BK_addResult copies what they
@@ -28,8 +40,12 @@
  *
  *   Threads.  Call a session's functions from one thread at a time.  Separate
  *   sessions may be used side by side.  The library runs one detached
- *   background thread per session for the shop-floor unit check and installs
- *   a SIGALRM handler for it.
+ *   background thread per session for the shop-floor unit check.  It installs
+ *   its SIGALRM handler once, when it is loaded; a SIGALRM that is not meant
+ *   for its threads goes on to what the station had set before (its handler,
+ *   ignoring, or the default action).  A station that replaces the handler
+ *   later keeps SIGALRM to itself: the library then no longer signals its
+ *   thread and says so in the log.
  *
  *   Files.  Everything the library keeps lies under /vault/: the log
  *   /vault/Bramblekit.log and one directory per session under

@@ -2,6 +2,10 @@
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
+#include "sfc/UnitCheckThread.h"
+
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
 
 BKReplyHandle BK_UUTDone(UUTHandle handle) {
   CBKReply* reply = new CBKReply();
@@ -45,4 +49,23 @@ BKReplyHandle BK_UUTCommit(UUTHandle handle, BK_PASSFAILRESULT result) {
   CUUT* uut = static_cast<CUUT*>(handle);
   // BK_NA counts as a claim of pass.
   BK_RETURN_DELEGATED(reply, uut->getUID(), uut->commit(result != BK_FAIL));
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_UUTDone(UUTHandle handle) {
+  return bkGuard(__func__, [&] {
+    CUUT* uut = static_cast<CUUT*>(bkLiveSession(handle));
+    BKReplyHandle reply = unguarded::BK_UUTDone(uut);
+    // A unit check that answers from now on answers too late: its file is
+    // left to the thread to remove.
+    if (uut != nullptr && uut->state != UUT_STATE_OPEN) sfcSessionEnded(uut->getUID());
+    return reply;
+  });
+}
+
+BKReplyHandle BK_UUTCommit(UUTHandle handle, BK_PASSFAILRESULT result) {
+  return bkGuard(__func__, [&, raw = static_cast<int>(result)] {
+    return unguarded::BK_UUTCommit(bkLiveSession(handle), static_cast<BK_PASSFAILRESULT>(raw));
+  });
 }

@@ -4,9 +4,12 @@
 #ifndef BRAMBLEKIT_INTERFACE_ENTRYFRAME_H_
 #define BRAMBLEKIT_INTERFACE_ENTRYFRAME_H_
 
+#include <new>
 #include <string>
 
 #include "foundation/Log.h"
+#include "interface/Bramblekit.h"
+#include "interface/LiveHandles.h"
 #include "interface/Reply.h"
 #include "interface/Status.h"
 
@@ -46,5 +49,91 @@ void bkFailReply(CBKReply* reply, unsigned msgClass, unsigned message, const std
 // bkFailReply at the caller's position.
 #define BK_FAIL_REPLY(reply, msgClass, message, text) \
   bkFailReply((reply), (msgClass), (message), (text), __FILE__, __LINE__, __FUNCTION__)
+
+// ---- The boundary: no exception reaches the station. ----------------------
+//
+// Every exported function runs its work through one of the guards below.
+// Only the outermost exported call on a thread translates: the library's own
+// calls of exported functions (done's health probes, the failure record's
+// test records) keep their exceptions for their own handlers.
+
+// Logs `name` + " WHOOPS! unhandled exception!" as an error, with the
+// exception's text when it has one.  Call only from inside a catch block.
+void bkLogEscapedException(const char* name);
+// Makes `reply` (when it is one) the failure for an escaped exception: class
+// 1, message 0, with the fail bit set whatever the policy says, since the
+// work did not happen.
+void bkFailForException(CBKReply* reply, const char* name);
+
+class BKBoundaryDepth {
+ public:
+  BKBoundaryDepth() : outermost_(depth_++ == 0) {}
+  ~BKBoundaryDepth() { --depth_; }
+  BKBoundaryDepth(const BKBoundaryDepth&) = delete;
+  BKBoundaryDepth& operator=(const BKBoundaryDepth&) = delete;
+  bool outermost() const { return outermost_; }
+
+ private:
+  static thread_local int depth_;
+  bool outermost_;
+};
+
+// Runs `work`; an exception it lets out is logged and answered by
+// `onException()`.
+template <typename Work, typename OnException>
+auto bkGuardWith(const char* name, Work&& work, OnException&& onException) -> decltype(work()) {
+  BKBoundaryDepth depth;
+  if (!depth.outermost()) return work();
+  try {
+    return work();
+  } catch (...) {
+    try {
+      bkLogEscapedException(name);
+    } catch (...) {
+      // The log itself failed: the answer below still goes out.
+    }
+    return onException();
+  }
+}
+
+// Stations pass values outside the enumerations: a closure carries such an
+// argument as its integer, so that no out-of-range enum is ever loaded.
+
+// For the entry points that answer with a new reply.
+template <typename Work>
+BKReplyHandle bkGuard(const char* name, Work&& work) {
+  return bkGuardWith(name, work, [name]() -> BKReplyHandle {
+    CBKReply* reply = new (std::nothrow) CBKReply();
+    if (reply != nullptr) bkFailForException(reply, name);
+    return reply;
+  });
+}
+
+// For the entry points that answer bool: false, and their reply argument,
+// if it is a live reply, carries the failure.
+template <typename Work>
+bool bkGuard(const char* name, BKReplyHandle reply, Work&& work) {
+  return bkGuardWith(name, work, [name, reply]() {
+    if (bkHandleLive(reply, BKHandleKind::Reply)) {
+      bkFailForException(static_cast<CBKReply*>(reply), name);
+    }
+    return false;
+  });
+}
+
+// For the rest: `fallback` is the answer after an exception.
+template <typename Result, typename Work>
+Result bkGuardValue(const char* name, Result fallback, Work&& work) {
+  return bkGuardWith(name, work, [fallback]() { return fallback; });
+}
+
+// For the entry points without a result.
+template <typename Work>
+void bkGuardVoid(const char* name, Work&& work) {
+  bkGuardWith(name, work, []() {});
+}
+
+inline UUTHandle bkLiveSession(UUTHandle handle) { return bkLive(handle, BKHandleKind::Session); }
+inline BKReplyHandle bkLiveReply(BKReplyHandle reply) { return bkLive(reply, BKHandleKind::Reply); }
 
 #endif  // BRAMBLEKIT_INTERFACE_ENTRYFRAME_H_

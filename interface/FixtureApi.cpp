@@ -15,6 +15,9 @@ const size_t kMaximumHeadLength = 8;
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_setDUTPos(UUTHandle handle, const char* fixture, const char* head) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
@@ -86,4 +89,36 @@ BKReplyHandle BK_sendStationFailureReport(UUTHandle handle, const char* step, co
   BK_RETURN_IF_NULL(reply, reason, "akcpFailureReason");
   CUUT* uut = static_cast<CUUT*>(handle);
   BK_RETURN_DELEGATED(reply, uut->getUID(), uut->sendStationFailureReport(step, reason));
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_setDUTPos(UUTHandle handle, const char* fixture, const char* head) {
+  return bkGuard(__func__,
+                 [&] { return unguarded::BK_setDUTPos(bkLiveSession(handle), fixture, head); });
+}
+
+BKReplyHandle BK_setDUTPosition(UUTHandle handle, BK_ENUM_FIXTURE_ID fixture,
+                                BK_ENUM_FIXTURE_HEAD_ID head) {
+  return bkGuard(
+      __func__, [&, rawFixture = static_cast<int>(fixture), rawHead = static_cast<int>(head)] {
+        return unguarded::BK_setDUTPosition(bkLiveSession(handle),
+                                            static_cast<BK_ENUM_FIXTURE_ID>(rawFixture),
+                                            static_cast<BK_ENUM_FIXTURE_HEAD_ID>(rawHead));
+      });
+}
+
+BKReplyHandle BK_addModuleHistory(UUTHandle handle, const char* moduleSN, const char* vendorCode,
+                                  const char* dateCode, const char* partNumber,
+                                  const char* description, const char* lotCode) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_addModuleHistory(bkLiveSession(handle), moduleSN, vendorCode, dateCode,
+                                          partNumber, description, lotCode);
+  });
+}
+
+BKReplyHandle BK_sendStationFailureReport(UUTHandle handle, const char* step, const char* reason) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_sendStationFailureReport(bkLiveSession(handle), step, reason);
+  });
 }

@@ -4,6 +4,9 @@
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_validateSerialNumber(UUTHandle handle, const char* serialNumber) {
   CBKReply* reply = new CBKReply();
   // The number is tested before the handle.
@@ -18,4 +21,12 @@ BKReplyHandle BK_validateSerialNumber(UUTHandle handle, const char* serialNumber
   }
   BK_LOG_EXIT(uut->getUID());
   return reply;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_validateSerialNumber(UUTHandle handle, const char* serialNumber) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_validateSerialNumber(bkLiveSession(handle), serialNumber);
+  });
 }

@@ -5,9 +5,14 @@
 
 #include <new>
 
-CBKReply::CBKReply() : size(sizeof(CBKReply)), status(0), data(nullptr) {}
+#include "interface/LiveHandles.h"
+
+CBKReply::CBKReply() : size(sizeof(CBKReply)), status(0), data(nullptr) {
+  bkHandleAdd(this, BKHandleKind::Reply);
+}
 
 CBKReply::CBKReply(const CBKReply& other) : size(sizeof(CBKReply)), status(0), data(nullptr) {
+  bkHandleAdd(this, BKHandleKind::Reply);
   status = other.status;
   if (other.data != nullptr) setData(other.data);
 }
@@ -24,7 +29,10 @@ CBKReply& CBKReply::operator=(const CBKReply& other) {
   return *this;
 }
 
-CBKReply::~CBKReply() { delete[] data; }
+CBKReply::~CBKReply() {
+  bkHandleRemove(this, BKHandleKind::Reply);
+  delete[] data;
+}
 
 const char* CBKReply::getData() {
   if (data == nullptr) {

@@ -3,6 +3,9 @@
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 const char* BK_getVersion(void) { return bk::kLibraryVersion; }
 
 // A NULL reply is answered as a failure rather than read through.
@@ -52,3 +55,42 @@ const char* BK_reply_getText(BKReplyHandle reply) {
 }
 
 void BK_reply_destroy(BKReplyHandle reply) { delete static_cast<CBKReply*>(reply); }
+
+}  // namespace unguarded
+
+// An unknown reply (freed, never given out, or another kind of handle) is
+// answered like a NULL one.
+const char* BK_getVersion(void) { return unguarded::BK_getVersion(); }
+
+bool BK_success(BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] { return unguarded::BK_success(bkLiveReply(reply)); });
+}
+
+unsigned BK_reply_getClass(BKReplyHandle reply) {
+  return bkGuardValue(__func__, 0u,
+                      [&] { return unguarded::BK_reply_getClass(bkLiveReply(reply)); });
+}
+
+bool BK_reply_isOfClass(BKReplyHandle reply, unsigned msgClass) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_reply_isOfClass(bkLiveReply(reply), msgClass); });
+}
+
+unsigned BK_reply_getMessageID(BKReplyHandle reply) {
+  return bkGuardValue(__func__, 0xffffffffu,
+                      [&] { return unguarded::BK_reply_getMessageID(bkLiveReply(reply)); });
+}
+
+const char* BK_reply_getError(BKReplyHandle reply) {
+  return bkGuardValue<const char*>(
+      __func__, "", [&] { return unguarded::BK_reply_getError(bkLiveReply(reply)); });
+}
+
+const char* BK_reply_getJsonData(BKReplyHandle reply) {
+  return bkGuardValue<const char*>(
+      __func__, "", [&] { return unguarded::BK_reply_getJsonData(bkLiveReply(reply)); });
+}
+
+void BK_reply_destroy(BKReplyHandle reply) {
+  bkGuardVoid(__func__, [&] { unguarded::BK_reply_destroy(bkLiveReply(reply)); });
+}

@@ -59,6 +59,9 @@ std::string formProblem(const CBKTestSpec& spec, const CBKTestResult& result) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
   // A result logs three lines or more: one write for all of them.
   BKLogBatch logBatch;
@@ -108,4 +111,13 @@ BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHand
   reply->setStatus(kResultPassStatus);
   bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
   return reply;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_addResult(bkLiveSession(handle), bkLive(spec, BKHandleKind::TestSpec),
+                                   bkLive(result, BKHandleKind::TestResult));
+  });
 }

@@ -8,6 +8,10 @@
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
+#include "sfc/UnitCheckThread.h"
+
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
 
 BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
   MUTEX_THREAD_INIT();
@@ -38,6 +42,7 @@ BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
     BK_LOG_ERROR(text);
     return reply;
   }
+  bkHandleAdd(uut, BKHandleKind::Session);
   *outHandle = uut;
   writeBramblekitVersionToFile();
   // Logged only now, since the line carries the new session's UID.
@@ -58,5 +63,30 @@ void BK_UID_destroy(UUTHandle handle) {
   Util_rotateLog(bramblekitLogFileNameWithPath);
   Util_deleteLogs(vaultRootPath);
   unlink(sfcstatusfilepath);
-  delete static_cast<CUUT*>(handle);
+  if (handle == nullptr) return;
+  CUUT* uut = static_cast<CUUT*>(handle);
+  sfcSessionEnded(uut->getUID());
+  bkHandleRemove(uut, BKHandleKind::Session);
+  delete uut;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
+  return bkGuard(__func__, [&] { return unguarded::BK_UUTStart(outHandle); });
+}
+
+BKReplyHandle BK_UUTCancel(UUTHandle handle) {
+  return bkGuard(__func__, [&] {
+    CUUT* uut = static_cast<CUUT*>(bkLiveSession(handle));
+    BKReplyHandle reply = unguarded::BK_UUTCancel(uut);
+    if (uut != nullptr) sfcSessionEnded(uut->getUID());
+    return reply;
+  });
+}
+
+// A handle that is not a live session is treated as NULL: the housekeeping
+// runs, nothing is freed.
+void BK_UID_destroy(UUTHandle handle) {
+  bkGuardVoid(__func__, [&] { unguarded::BK_UID_destroy(bkLiveSession(handle)); });
 }

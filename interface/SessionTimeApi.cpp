@@ -6,6 +6,9 @@
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUT");
@@ -64,4 +67,26 @@ BKReplyHandle BK_isUUTOK(UUTHandle handle) {
                 "isUUTOK API unimplemented");
   BK_LOG_EXIT(uut->getUID());
   return reply;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
+  return bkGuard(__func__, [&] { return unguarded::BK_setStartTime(bkLiveSession(handle), when); });
+}
+
+BKReplyHandle BK_setStopTime(UUTHandle handle, time_t when) {
+  return bkGuard(__func__, [&] { return unguarded::BK_setStopTime(bkLiveSession(handle), when); });
+}
+
+BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
+  return bkGuard(__func__, [&] { return unguarded::BK_getJsonResultsObj(bkLiveSession(handle)); });
+}
+
+BKReplyHandle BK_isStationOK(char* stationIdentifier) {
+  return bkGuard(__func__, [&] { return unguarded::BK_isStationOK(stationIdentifier); });
+}
+
+BKReplyHandle BK_isUUTOK(UUTHandle handle) {
+  return bkGuard(__func__, [&] { return unguarded::BK_isUUTOK(bkLiveSession(handle)); });
 }

@@ -4,6 +4,7 @@
 
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "interface/EntryFrame.h"
 
 // clang-format off
 const char* const BKMessageClassNames[33] = {
@@ -59,6 +60,9 @@ static const unsigned kSignatureMessage = BK_MSG_ERROR_INVALID_SIGNATURE;
 // means OFF.
 static bool isPolicyEntry(const LifelineEntry& entry) { return entry.is(0) || entry.active(); }
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
   return !isPolicyEntry(readLifelineEntry(bkMessageName(message)));
@@ -108,4 +112,31 @@ unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned me
     return word;
   }
   return kStatusFailBit | word;
+}
+
+}  // namespace unguarded
+
+bool BK_isLifelineMessageOFF(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isLifelineMessageOFF(msgClass, message); });
+}
+
+bool BK_isLifelineClassOFF(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isLifelineClassOFF(msgClass, message); });
+}
+
+// A message without a numeric entry makes the look-up throw: the answer is
+// then "not passive".
+bool BK_isFailPassive(unsigned msgClass, unsigned message) {
+  return bkGuardValue(__func__, false,
+                      [&] { return unguarded::BK_isFailPassive(msgClass, message); });
+}
+
+// After an exception the word is a failure: the policy could not be read.
+unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
+  return bkGuardValue(
+      __func__, kStatusFailBit | (msgClass << 20) | message, [&, raw = static_cast<int>(result)] {
+        return unguarded::BK_buildStatus(static_cast<BK_PASSFAILRESULT>(raw), msgClass, message);
+      });
 }

@@ -8,6 +8,7 @@
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "foundation/LogHousekeeping.h"
+#include "sfc/ThreadSupport.h"
 
 void* libSFCPostHandle = nullptr;
 std::atomic<int> sfcThreadsRunning{0};
@@ -37,7 +38,7 @@ void unLoadlibBKSFCPost() {
   if (sfcThreadsRunning.load() > 0) {
     // A thread still in the client would run into unmapped code, and one
     // about to log into a deleted log: the process is ending, so both stay.
-    puts("libBKSFCPost left loaded: an SFC thread is still running");
+    BK_LOG(kBlankUID, "libBKSFCPost left loaded: an SFC thread is still running");
     return;
   }
   if (oneLog != nullptr) destroyLog();
@@ -57,6 +58,8 @@ void cleanInitSSL() { EVP_cleanup(); }
 // Everything used here is constant-initialised or built on first use, so
 // the order among the library's static initialisers does not matter.
 __attribute__((constructor)) static void bramblekitLoad() {
+  // Before anything can start a thread.
+  sfcInstallAlarmHandler();
   LoadlibBKSFCPost();
   InitSSL();
 }

@@ -114,7 +114,7 @@ THREAD_PARAM* makeRecordParam(const std::string& serialNumber) {
 }  // namespace
 
 void* threadRunSFCServerVersion(void*) {
-  sfcInstallAlarmHandler();
+  sfcMarkAlarmThread();
   runGuarded([] {
     runReadyQuery([] { return SFCServerVersion(); }, "End thread SFCServerVersion\n",
                   "We should never get here");
@@ -123,7 +123,7 @@ void* threadRunSFCServerVersion(void*) {
 }
 
 void* threadRunSFCQueryHistory(void* arg) {
-  sfcInstallAlarmHandler();
+  sfcMarkAlarmThread();
   runGuarded([arg] {
     std::unique_ptr<std::string> serialNumber(static_cast<std::string*>(arg));
     runReadyQuery([&] { return SFCQueryHistory(serialNumber->c_str()); },
@@ -133,7 +133,7 @@ void* threadRunSFCQueryHistory(void* arg) {
 }
 
 void* threadRunSFCQRStationName(void* arg) {
-  sfcInstallAlarmHandler();
+  sfcMarkAlarmThread();
   runGuarded([arg] {
     std::unique_ptr<THREAD_PARAM> param(static_cast<THREAD_PARAM*>(arg));
     std::string stationType = sfcReadText("STATION_TYPE");
@@ -149,7 +149,7 @@ void* threadRunSFCQRStationName(void* arg) {
 
 // No starter uses this one: the record queries go by station name.
 void* threadRunSFCQR(void* arg) {
-  sfcInstallAlarmHandler();
+  sfcMarkAlarmThread();
   runGuarded([arg] {
     std::unique_ptr<THREAD_PARAM> param(static_cast<THREAD_PARAM*>(arg));
     BK_LOG(kBlankUID, "Begin thread threadRunSFCQR \n");

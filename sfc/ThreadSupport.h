@@ -7,10 +7,20 @@
 
 #include <string>
 
-// Installs fnHandleSig for SIGALRM, with an empty mask and no flags, so that
-// the signal interrupts a wait in the client instead of restarting it.
-// Without this the signal's default action would end the whole process.
+// SIGALRM belongs to the station as much as to the SFC threads.  The
+// library's handler is installed once, at load, before any thread exists, so
+// a signal sent to a thread that has just been started cannot end the
+// process.  A SIGALRM that reaches an SFC thread wakes it (fnHandleSig); any
+// other is passed on to what the station had set before: its handler, its
+// ignoring, or the default action.  The handler has an empty mask and no
+// SA_RESTART, so the signal interrupts a wait in the client.
+// A second call, with the handler still in place, changes nothing.
 void sfcInstallAlarmHandler();
+// True while the library's SIGALRM handler is the installed one.
+bool sfcAlarmHandlerInstalled();
+// Marks the calling thread as an SFC thread: a SIGALRM it receives is the
+// library's own.
+void sfcMarkAlarmThread();
 // A set holding SIGALRM alone.
 sigset_t sfcAlarmSet();
 

@@ -11,7 +11,9 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <map>
 #include <memory>
+#include <set>
 #include <string>
 
 #include "foundation/Constants.h"
@@ -39,6 +41,37 @@ struct UnitCheckParam {
 };
 
 const int kMaxRetries = 10;  // after the first call
+
+// Sessions by UID, under mutex1: how many unit checks of each still run, and
+// which of those sessions have ended.  A thread that ends after its session
+// removes the response file it leaves: nobody would read it any more.
+std::map<std::string, int>& runningChecks() {
+  static auto* running = new std::map<std::string, int>();
+  return *running;
+}
+std::set<std::string>& endedSessions() {
+  static auto* ended = new std::set<std::string>();
+  return *ended;
+}
+
+std::string responsePath(const std::string& uid) { return std::string(tempFilesPath) + uid; }
+
+void unitCheckStarts(const std::string& uid) {
+  MutexGuard guard(&mutex1);
+  ++runningChecks()[uid];
+}
+
+void unitCheckEnds(const std::string& uid) {
+  MutexGuard guard(&mutex1);
+  auto running = runningChecks().find(uid);
+  if (running != runningChecks().end() && --running->second <= 0) runningChecks().erase(running);
+  if (endedSessions().count(uid) == 0) return;
+  std::string path = responsePath(uid);
+  if (unlink(path.c_str()) == 0) {
+    BK_LOG(uid, "deleting server response file written after the session ended [" << path << "]");
+  }
+  if (runningChecks().count(uid) == 0) endedSessions().erase(uid);
+}
 
 // The thread's work; returns where the thread is to end.
 void runUnitCheck(const std::string& sn, const std::string& uid) {
@@ -104,8 +137,7 @@ void runUnitCheck(const std::string& sn, const std::string& uid) {
 }  // namespace
 
 void* threadRunSFCQRUnitCheck(void* arg) {
-  // First of all: the signal's default action would end the whole process.
-  sfcInstallAlarmHandler();
+  sfcMarkAlarmThread();
   std::unique_ptr<UnitCheckParam> param(static_cast<UnitCheckParam*>(arg));
   std::shared_ptr<SFCThreadState> state = param->state;
   try {
@@ -114,6 +146,7 @@ void* threadRunSFCQRUnitCheck(void* arg) {
     // Nothing may leave this thread: it would take the station's process down.
     BK_LOG_ERROR("threadRunSFCQRUnitCheck: Unhandled exception");
   }
+  unitCheckEnds(param->uid);
   param.reset();
   {
     std::lock_guard<std::mutex> hold(state->endLock);
@@ -135,9 +168,17 @@ bool CUUT::SFC_QueryRecordUnitCheck(std::string /*serialNumber*/) {
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t id;
   sfcThreadsRunning.fetch_add(1);
+  unitCheckStarts(UID);
+  // The thread starts with SIGALRM blocked, so that a signal sent at once
+  // waits until the thread has marked itself and unblocks it.
+  sigset_t alarmSet = sfcAlarmSet();
+  sigset_t callerMask;
+  pthread_sigmask(SIG_BLOCK, &alarmSet, &callerMask);
   int result = pthread_create(&id, &attributes, threadRunSFCQRUnitCheck, param);
+  pthread_sigmask(SIG_SETMASK, &callerMask, nullptr);
   pthread_attr_destroy(&attributes);
   if (result != 0) {
+    unitCheckEnds(UID);
     sfcThreadsRunning.fetch_sub(1);
     delete param;
     BK_LOG(UID, "SFC_QueryRecordUnitCheck thread creation failed\n");
@@ -163,5 +204,22 @@ int sfcUnitThreadSignal(CUUT* uut, int signal) {
   if (!state || !state->started.load()) return ESRCH;
   std::lock_guard<std::mutex> hold(state->endLock);
   if (state->ended.load()) return ESRCH;
+  if (signal == SIGALRM && !sfcAlarmHandlerInstalled()) {
+    // The station has taken SIGALRM over: the signal would run its handler,
+    // or end its process.  The thread is left to its answer.
+    BK_LOG(uut->getUID(), "SIGALRM not sent to sfc-threadid=["
+                              << uut->sfcUnitThread
+                              << "]: the station replaced the library's handler");
+    return 0;
+  }
   return pthread_kill(uut->sfcUnitThread, signal);
+}
+
+void sfcSessionEnded(const std::string& uid) {
+  MutexGuard guard(&mutex1);
+  std::string path = responsePath(uid);
+  if (unlink(path.c_str()) == 0) {
+    BK_LOG(uid, "deleting server response file, the session has ended [" << path << "]");
+  }
+  if (runningChecks().count(uid) != 0) endedSessions().insert(uid);
 }

@@ -11,6 +11,7 @@
 #include <signal.h>
 
 #include <atomic>
+#include <string>
 
 class CUUT;
 
@@ -18,7 +19,7 @@ class CUUT;
 // flag for the whole process.
 extern std::atomic<bool> bSupposedToDie;
 
-// The SIGALRM handler that every SFC thread installs, process-wide.  Other
+// What SIGALRM does in an SFC thread (see sfcInstallAlarmHandler).  Other
 // signal numbers do nothing.
 void fnHandleSig(int signal);
 
@@ -35,9 +36,15 @@ int sfcUnitThreadProbe(const CUUT* uut);
 // sfcUnitThreadSignal: sends `signal` (SIGALRM in practice) to the unit-check
 // thread if it is still running, with the thread held short of its end while
 // the signal goes out.  0 when sent; ESRCH when the thread has ended or never
-// started; otherwise the error of pthread_kill.  SIGALRM only wakes the
+// started; otherwise the error of pthread_kill.  When the station has
+// replaced the library's SIGALRM handler nothing is sent, a line says so, and
+// the answer is 0: the caller goes on as after a delivered signal.  SIGALRM only wakes the
 // thread if it is waiting in the client: the answer, when it comes, is
 // handled as usual.
 int sfcUnitThreadSignal(CUUT* uut, int signal);
+
+// The session `uid` has ended (done, cancel or destroy): its response file
+// is removed now, and a unit check still running removes the one it writes.
+void sfcSessionEnded(const std::string& uid);
 
 #endif  // BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_

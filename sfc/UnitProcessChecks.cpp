@@ -145,6 +145,9 @@ bool unitOutOfProcess(CUUT* uut, CBKReply* reply) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char*) {
   if (rejectBadCall(handle, reply, __FUNCTION__)) return false;
   CUUT* uut = static_cast<CUUT*>(handle);
@@ -162,4 +165,19 @@ bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply, const char*) {
   bool out = unitOutOfProcess(uut, static_cast<CBKReply*>(reply));
   BK_LOG_EXIT(uut->getUID());
   return out;
+}
+
+}  // namespace unguarded
+
+bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char* serialNumber) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isSFCQueryUnitOK(bkLiveSession(handle), bkLiveReply(reply), serialNumber);
+  });
+}
+
+bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply, const char* serialNumber) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isUnitOutOfProcess(bkLiveSession(handle), bkLiveReply(reply),
+                                            serialNumber);
+  });
 }

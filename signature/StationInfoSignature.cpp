@@ -11,6 +11,7 @@
 #include "foundation/StationFiles.h"
 #include "foundation/StrictJson.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 #include "signature/RawTextCutters.h"
 #include "signature/SignedTexts.h"
 #include "signature/SigningPrimitives.h"
@@ -206,6 +207,9 @@ bool checkText(const std::string& fileText, std::ostringstream& message, CBKRepl
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 bool BK_isSignatureOK(BKReplyHandle replyHandle) {
   CBKReply* reply = static_cast<CBKReply*>(replyHandle);
   if (reply == nullptr) {
@@ -259,4 +263,14 @@ bool BK_isSigExpOK(BKReplyHandle replyHandle) {
     return false;
   }
   return true;
+}
+
+}  // namespace unguarded
+
+bool BK_isSignatureOK(BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSignatureOK(bkLiveReply(reply)); });
+}
+
+bool BK_isSigExpOK(BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSigExpOK(bkLiveReply(reply)); });
 }

@@ -144,6 +144,9 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   return owned.release();
 }
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
@@ -154,4 +157,11 @@ BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
   CBKReply* result = uut->checkAMIOK(serialNumber != nullptr ? serialNumber : "");
   BK_LOG(uut->getUID(), "Leaving BK_amIOkay");
   return result;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
+  return bkGuard(__func__,
+                 [&] { return unguarded::BK_amIOkay(bkLiveSession(handle), serialNumber); });
 }

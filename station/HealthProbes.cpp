@@ -17,6 +17,7 @@
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 #include "interface/Reply.h"
 #include "session/UUT.h"
 
@@ -70,6 +71,9 @@ Json::Value stationValue(const char* key) { return getKSInfo()->getValueFor("ksi
     BK_LOG_ERROR(bk_probe_text_);                    \
     return true;                                     \
   } while (0)
+
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
 
 bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
   (void)handle;
@@ -189,4 +193,30 @@ bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
   if (age > timeout) BK_PROBE_FAIL(reply, message, text);
   fillPass(reply);
   return true;
+}
+
+}  // namespace unguarded
+
+bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isEtherNetOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isNetWorkOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isKestrelOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isMartenRunning(bkLiveSession(handle), bkLiveReply(reply));
+  });
 }

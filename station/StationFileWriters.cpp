@@ -15,6 +15,7 @@
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 
 namespace {
 
@@ -170,6 +171,9 @@ void writeSample(const char* fileName, const std::string& text) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 void CreateStationInfoFile() {
   std::string text;
   try {
@@ -194,4 +198,14 @@ void CreateStationHealthFile() {
     return;
   }
   writeSample(stationHealthCheck, text);
+}
+
+}  // namespace unguarded
+
+void CreateStationInfoFile() {
+  bkGuardVoid(__func__, [] { unguarded::CreateStationInfoFile(); });
+}
+
+void CreateStationHealthFile() {
+  bkGuardVoid(__func__, [] { unguarded::CreateStationHealthFile(); });
 }

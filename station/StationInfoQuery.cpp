@@ -78,6 +78,9 @@ std::string keyNameFor(const std::string& uid, int key) {
 
 }  // namespace
 
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
+
 BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
                                   unsigned long long* length) {
   CBKReply* reply = new CBKReply();
@@ -131,4 +134,13 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
 
   BK_LOG(uid, "Exiting BK_getKSStationInfo");
   return reply;
+}
+
+}  // namespace unguarded
+
+BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
+                                  unsigned long long* length) {
+  return bkGuard(__func__, [&] {
+    return unguarded::BK_getKSStationInfo(bkLiveSession(handle), key, value, length);
+  });
 }

@@ -11,6 +11,7 @@
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
 #include "interface/Bramblekit.h"
+#include "interface/EntryFrame.h"
 #include "interface/Reply.h"
 #include "session/UUT.h"
 
@@ -38,6 +39,9 @@ int versionNumber(std::string version) {
 }
 
 }  // namespace
+
+// The work of the exported functions; the boundary below guards each.
+namespace unguarded {
 
 bool BK_isStationSWVersionOK(UUTHandle handle, BKReplyHandle reply) {
   return passPlaceholder(handle, reply);
@@ -79,4 +83,29 @@ bool BK_checkMartenVersion(std::string* read, std::string* libraryVersion, std::
   *libraryVersion += BK_getVersion();
   *required += minimum;
   return versionNumber(*read) >= versionNumber(minimum);
+}
+
+}  // namespace unguarded
+
+bool BK_isStationSWVersionOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isStationSWVersionOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_isMartenVersionOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isMartenVersionOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_isOtterVersionOK(UUTHandle handle, BKReplyHandle reply) {
+  return bkGuard(__func__, reply, [&] {
+    return unguarded::BK_isOtterVersionOK(bkLiveSession(handle), bkLiveReply(reply));
+  });
+}
+
+bool BK_checkMartenVersion(std::string* read, std::string* libraryVersion, std::string* required) {
+  return bkGuard(__func__, nullptr,
+                 [&] { return unguarded::BK_checkMartenVersion(read, libraryVersion, required); });
 }

@@ -3,6 +3,7 @@
 // limit and the priority filter.
 #include <gtest/gtest.h>
 #include <stdio.h>
+#include <string.h>
 
 #include <string>
 
@@ -81,16 +82,17 @@ class AddResultTest : public ::testing::Test {
   Answer add(const Sample& test) {
     testSpecHandle spec = BK_testSpec_create();
     testResultHandle result = BK_testResult_create();
-    BK_testSpec_setTestName(spec, test.name.c_str(), 0);
-    BK_testSpec_setSubTestName(spec, test.sub.c_str(), 0);
-    BK_testSpec_setSubSubTestName(spec, test.subSub.c_str(), 0);
-    BK_testSpec_setLimits(spec, test.lower, 0, test.upper, 0);
-    BK_testSpec_setUnits(spec, test.units, 0);
+    auto length = [](const char* text) { return text == nullptr ? 0 : strlen(text); };
+    BK_testSpec_setTestName(spec, test.name.c_str(), test.name.size());
+    BK_testSpec_setSubTestName(spec, test.sub.c_str(), test.sub.size());
+    BK_testSpec_setSubSubTestName(spec, test.subSub.c_str(), test.subSub.size());
+    BK_testSpec_setLimits(spec, test.lower, length(test.lower), test.upper, length(test.upper));
+    BK_testSpec_setUnits(spec, test.units, length(test.units));
     BK_testSpec_setPriority(spec, static_cast<BK_TRAX_PRIORITY>(test.priority));
     if (test.infoOnly) BK_testSpec_setAsNonTestItem(spec);
-    if (test.value != nullptr) BK_testResult_setValue(result, test.value, 0);
+    if (test.value != nullptr) BK_testResult_setValue(result, test.value, length(test.value));
     BK_testResult_setResult(result, static_cast<BK_PASSFAILRESULT>(test.verdict));
-    BK_testResult_setMessage(result, test.message.c_str(), 0);
+    BK_testResult_setMessage(result, test.message.c_str(), test.message.size());
     CBKReply* reply = static_cast<CBKReply*>(BK_addResult(uut_, spec, result));
     Answer answer{BK_success(reply), BK_reply_getMessageID(reply), reply->getStatus(),
                   reply->hasData() ? reply->getData() : ""};

@@ -163,14 +163,18 @@ struct FakeUnitThread {
   pthread_t id{};
 
   explicit FakeUnitThread(CUUT* uut) : state(uut->sfcUnitThreadState) {
-    sfcInstallAlarmHandler();
     state->started = true;
+    // Started with SIGALRM blocked, as the real thread is.
+    sigset_t alarm = sfcAlarmSet(), callerMask;
+    pthread_sigmask(SIG_BLOCK, &alarm, &callerMask);
     EXPECT_EQ(pthread_create(&id, nullptr, run, this), 0);
+    pthread_sigmask(SIG_SETMASK, &callerMask, nullptr);
     uut->sfcUnitThread = id;
     uut->sfcQueryUnitThreadCreated = true;
   }
   static void* run(void* self) {
     auto* fake = static_cast<FakeUnitThread*>(self);
+    sfcMarkAlarmThread();
     sigset_t alarm = sfcAlarmSet();
     pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
     for (int i = 0; i < 5000 && !fake->alarmed; ++i) {

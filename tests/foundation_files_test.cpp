@@ -17,10 +17,7 @@
 
 namespace {
 
-TEST(Timestamps, AreUniqueAndShapedLikeTheUIDPrefix) {
-  std::set<std::string> seen;
-  for (int i = 0; i < 2000; ++i) seen.insert(Util_makeTimestamp(0));
-  EXPECT_EQ(seen.size(), 2000u);
+TEST(Timestamps, AreShapedLikeTheUIDPrefix) {
   EXPECT_EQ(Util_makeTimestamp(0).size(), 22u);
   EXPECT_EQ(Util_makeTimestamp2(0).size(), 19u);
 }

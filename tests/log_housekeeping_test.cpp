@@ -1,14 +1,19 @@
 // Log rotation by size and pruning of old copies by age.
+#include <errno.h>
 #include <gtest/gtest.h>
+#include <string.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
+#include "foundation/Log.h"
 #include "foundation/LogHousekeeping.h"
 #include "foundation/StationFiles.h"
 #include "support/SessionRun.h"
@@ -109,6 +114,36 @@ TEST(LogHousekeeping, FreeingASessionRotatesAndPrunes) {
   EXPECT_FALSE(fileExists("/vault/Bramblekit-stale.log"));
   EXPECT_EQ(rotatedCopies().size(), 1u);
   EXPECT_LT(readLog().size(), 200u);
+}
+
+// A vault that fills up: the log keeps what it has and writes again as soon
+// as there is room.
+TEST(LogOnAFullDisk, KeepsItsLinesAndWritesAgainOnceThereIsRoom) {
+  ASSERT_EQ(mount("tmpfs", "/vault", "tmpfs", 0, "size=64k"), 0) << strerror(errno);
+  destroyLog();  // the next line opens the log on the small vault
+  useSettings(100, Json::Value());
+  const std::string log = "/vault/Bramblekit.log";
+  BK_LOG(kBlankUID, "written before the disk filled");
+  {
+    std::ofstream filler("/vault/filler", std::ios::binary);
+    const std::string block(4096, 'f');
+    while (filler.write(block.data(), block.size()) && filler.flush()) {
+    }
+  }
+  const std::string before = readFile(log);
+
+  // The copy cannot be made, so the log is not cut.
+  Util_rotateLog(log);
+  EXPECT_EQ(readFile(log).substr(0, before.size()), before);
+  EXPECT_TRUE(rotatedCopies().empty());
+
+  BK_LOG(kBlankUID, std::string(8192, 'x'));  // does not fit
+  unlink("/vault/filler");
+  BK_LOG(kBlankUID, "written once there was room again");
+  EXPECT_EQ(countLines(readFile(log), "written once there was room again"), 1u);
+  EXPECT_EQ(countLines(readFile(log), "written before the disk filled"), 1u);
+  destroyLog();
+  umount("/vault");
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ class TestRecordsTest : public ::testing::Test {
   testResultHandle result_ = BK_testResult_create();
 };
 
-TEST_F(TestRecordsTest, DefaultsAndTheLengthCheckedAfterTheTextIsStoredWhole) {
+TEST_F(TestRecordsTest, DefaultsAndTheLengthThatBoundsTheTextAndChecksIt) {
   // What an untouched record puts in the document.
   EXPECT_EQ(spec()->getLowerSpecLimit() + spec()->getUpperSpecLimit() + spec()->getUnits(),
             "NANANA");
@@ -37,8 +37,9 @@ TEST_F(TestRecordsTest, DefaultsAndTheLengthCheckedAfterTheTextIsStoredWhole) {
   EXPECT_EQ(result()->getValue(), "StationDidNotCallSetValue");
 
   EXPECT_TRUE(BK_testSpec_setTestName(spec_, nullptr, 0));
-  EXPECT_FALSE(BK_testSpec_setTestName(spec_, "ABC", 2));
-  EXPECT_EQ(spec()->getTestName(), "ABC");
+  // The length bounds the read, and is then the cross-check.
+  EXPECT_TRUE(BK_testSpec_setTestName(spec_, "ABC", 2));
+  EXPECT_EQ(spec()->getTestName(), "AB");
   EXPECT_FALSE(BK_testSpec_setSubTestName(spec_, "A\0B", 3));  // stops at the zero
   EXPECT_EQ(spec()->getSubTestName(), "A");
   EXPECT_TRUE(BK_testResult_setValue(result_, nullptr, 0));  // replaces the sentinel

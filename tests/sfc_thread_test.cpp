@@ -2,7 +2,12 @@
 // and what it leaves in the response file.  Each test is its own process
 // (and sandbox), so the client is loaded afresh and the call counts start at 0.
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
 
+#include <atomic>
+
+#include "sfc/ThreadSupport.h"
 #include "sfc_client_double/SfcTestSupport.h"
 
 using namespace sfc_test;
@@ -128,6 +133,115 @@ TEST_F(UnitCheckThread, ReadyQueriesWriteOnlyOkAnswersToTheStatusFile) {
                                       "mlbsn,iccid,mpn,region_code,imei"}));
   EXPECT_EQ(bk_test::readFile("/tmp/sfcstatus"), "0 SFC_OK mlbsn=X");
   EXPECT_EQ(calls("FreeSFCBuffer").size(), 3u);  // every buffer went back to the client
+}
+
+// ---- SIGALRM as the station sees it, and files and notes after the end. ----
+
+std::atomic<int> stationAlarms{0};
+void stationHandler(int) { ++stationAlarms; }
+
+void setAlarmAction(void (*handler)(int)) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGALRM, &action, nullptr);
+}
+
+TEST_F(UnitCheckThread, StationAlarmsReachTheStationsHandlerBeforeAndAfterAUnitCheck) {
+  // The station's handler was there before the library was loaded.
+  setAlarmAction(stationHandler);
+  sfcInstallAlarmHandler();  // what loading does
+  raise(SIGALRM);
+  EXPECT_EQ(stationAlarms.load(), 1);
+
+  // Signalled the moment it starts, the thread takes the signal itself.
+  script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 300)});
+  uut_ = startSession();
+  ASSERT_TRUE(startUnitCheck(uut_, kSerial));
+  EXPECT_EQ(sfcUnitThreadSignal(uut_, SIGALRM), 0);
+  ASSERT_TRUE(waitForUnitCheckEnd(uut_));
+  EXPECT_EQ(stationAlarms.load(), 1);
+  EXPECT_EQ(responseFile(), kOkAnswer);
+
+  raise(SIGALRM);
+  EXPECT_EQ(stationAlarms.load(), 2);
+}
+
+TEST_F(UnitCheckThread, StationsDefaultOrIgnoredAlarmIsKept) {
+  for (void (*disposition)(int) : {SIG_DFL, SIG_IGN}) {
+    pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      setAlarmAction(disposition);
+      sfcInstallAlarmHandler();
+      raise(SIGALRM);
+      _exit(7);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (disposition == SIG_DFL) {
+      EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) << status;
+    } else {
+      EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 7) << status;
+    }
+  }
+}
+
+TEST_F(UnitCheckThread, StationThatTookSigalrmOverIsNotSignalledByDone) {
+  script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 500)});
+  uut_ = startSession();
+  ASSERT_TRUE(startUnitCheck(uut_, kSerial));
+  // Reset to the default action: a signal sent now would end the process.
+  for (void (*handler)(int) : {SIG_DFL, stationHandler}) {
+    setAlarmAction(handler);
+    EXPECT_EQ(sfcUnitThreadSignal(uut_, SIGALRM), 0);  // done goes on as if sent
+  }
+  ASSERT_TRUE(waitForUnitCheckEnd(uut_));
+  EXPECT_EQ(stationAlarms.load(), 0);
+  EXPECT_EQ(calls("signal").size(), 0u);
+  EXPECT_EQ(
+      bk_test::countLines(bk_test::readLog(), "]: SIGALRM not sent to sfc-threadid=[" +
+                                                  std::to_string(uut_->sfcUnitThread) +
+                                                  "]: the station replaced the library's handler"),
+      2u);
+}
+
+TEST_F(UnitCheckThread, AnswerArrivingAfterTheSessionEndedLeavesNoFile) {
+  for (bool destroy : {false, true}) {
+    script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 300)});
+    uut_ = startSession();
+    ASSERT_TRUE(startUnitCheck(uut_, kSerial));
+    const std::string path = responsePath(uut_);
+    if (destroy) {
+      BK_UID_destroy(uut_);
+      uut_ = nullptr;
+    } else {
+      BK_reply_destroy(BK_UUTCancel(uut_));
+    }
+    ASSERT_TRUE(waitForAllSFCThreads());
+    EXPECT_FALSE(bk_test::fileExists(path)) << (destroy ? "destroy" : "cancel");
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    uut_ = nullptr;
+  }
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(),
+                                "deleting server response file written after the session ended"),
+            2u);
+}
+
+TEST_F(UnitCheckThread, UnloadWithAThreadStillRunningTellsTheLog) {
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 5000)});
+    CUUT* uut = startSession();
+    startUnitCheck(uut, kSerial);
+    exit(0);  // unload runs while the thread waits in the client
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(bk_test::countLines(bk_test::readLog(),
+                                "]: libBKSFCPost left loaded: an SFC thread is still running"),
+            1u);
 }
 
 }  // namespace
