@@ -91,6 +91,16 @@ const char* BK_reply_getJsonData(BKReplyHandle reply) {
       __func__, "", [&] { return unguarded::BK_reply_getJsonData(bkLiveReply(reply)); });
 }
 
+uint32_t BK_reply_getStatus(BKReplyHandle reply) {
+  return bkGuardValue<uint32_t>(__func__, 0u,
+                                [&] { return unguarded::BK_reply_getStatus(bkLiveReply(reply)); });
+}
+
+const char* BK_reply_getText(BKReplyHandle reply) {
+  return bkGuardValue<const char*>(__func__, "",
+                                   [&] { return unguarded::BK_reply_getText(bkLiveReply(reply)); });
+}
+
 void BK_reply_destroy(BKReplyHandle reply) {
   bkGuardVoid(__func__, [&] { unguarded::BK_reply_destroy(bkLiveReply(reply)); });
 }
