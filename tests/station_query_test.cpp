@@ -2,7 +2,10 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <regex>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "support/SessionRun.h"
 
@@ -64,6 +67,23 @@ TEST_F(StationQuery, NumbersReadTheirKeysAndGapsAreUnknown) {
     EXPECT_TRUE(firstCall(key, length).success) << key;
     EXPECT_EQ(length, 8u) << key;
     EXPECT_TRUE(answered(query(key), false, kFailApiSyntax, kNoKey)) << key;
+  }
+}
+
+// Every BK_KS_ constant of the public header reads the key it is named after.
+TEST_F(StationQuery, HeaderKeyConstantsReadTheirKeys) {
+  const std::string header = readFile(BK_PUBLIC_HEADER);
+  const std::regex constant(R"(BK_KS_(\w+) = (\d+))");
+  std::vector<std::pair<int, std::string>> keys;
+  for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it) {
+    keys.emplace_back(std::stoi((*it)[2]), (*it)[1]);
+  }
+  ASSERT_EQ(keys.size(), 44u);
+  Json::Value info = sampleStationInfo();
+  for (const auto& [key, name] : keys) info["ksinfo"][name] = "v" + name;
+  start(info);
+  for (const auto& [key, name] : keys) {
+    EXPECT_TRUE(answered(query(key), true, 0, "v" + name)) << name;
   }
 }
 
