@@ -50,7 +50,8 @@
  *   - BK_getKSStationInfo takes two calls, and its second call writes
  *     length + 1 bytes (see there).
  *
- * Compatibility.  The header compiles as C11 and as C++.  The handle types
+ * Compatibility.  The header compiles as C11 and as C++; C sees only the
+ * functions with C linkage.  The handle types
  * and the functions with C++ linkage (the block at the end) are frozen within
  * a major version: their mangled names are what station binaries bind.  C++
  * stations must build with the C++11 string ABI (_GLIBCXX_USE_CXX11_ABI=1,
