@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -73,10 +72,12 @@ TEST_F(StationQuery, NumbersReadTheirKeysAndGapsAreUnknown) {
 // Every BK_KS_ constant of the public header reads the key it is named after.
 TEST_F(StationQuery, HeaderKeyConstantsReadTheirKeys) {
   const std::string header = readFile(BK_PUBLIC_HEADER);
-  const std::regex constant(R"(BK_KS_(\w+) = (\d+))");
   std::vector<std::pair<int, std::string>> keys;
-  for (std::sregex_iterator it(header.begin(), header.end(), constant), end; it != end; ++it) {
-    keys.emplace_back(std::stoi((*it)[2]), (*it)[1]);
+  const std::string prefix = "  BK_KS_";  // an enumerator line: "  BK_KS_<KEY> = <number>"
+  for (size_t at = header.find(prefix); at != std::string::npos; at = header.find(prefix, at + 1)) {
+    const size_t name = at + prefix.size();
+    const size_t equals = header.find(" = ", name);
+    keys.emplace_back(std::stoi(header.substr(equals + 3)), header.substr(name, equals - name));
   }
   ASSERT_EQ(keys.size(), 44u);
   Json::Value info = sampleStationInfo();
