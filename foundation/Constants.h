@@ -5,8 +5,10 @@
 #ifndef BRAMBLEKIT_FOUNDATION_CONSTANTS_H_
 #define BRAMBLEKIT_FOUNDATION_CONSTANTS_H_
 
+#include <bramblekit/BramblekitVersion.h>
+
 namespace bk {
-inline constexpr const char* kLibraryVersion = "1.1.71";
+inline constexpr const char* kLibraryVersion = BK_VERSION_STRING;
 }  // namespace bk
 
 inline constexpr const char* vaultRootPath = "/vault/";

@@ -3,6 +3,8 @@
 #include <string.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "support/SessionRun.h"
 
@@ -64,6 +66,25 @@ TEST_F(StationQuery, NumbersReadTheirKeysAndGapsAreUnknown) {
     EXPECT_TRUE(firstCall(key, length).success) << key;
     EXPECT_EQ(length, 8u) << key;
     EXPECT_TRUE(answered(query(key), false, kFailApiSyntax, kNoKey)) << key;
+  }
+}
+
+// Every BK_KS_ constant of the public header reads the key it is named after.
+TEST_F(StationQuery, HeaderKeyConstantsReadTheirKeys) {
+  const std::string header = readFile(BK_PUBLIC_HEADER);
+  std::vector<std::pair<int, std::string>> keys;
+  const std::string prefix = "  BK_KS_";  // an enumerator line: "  BK_KS_<KEY> = <number>"
+  for (size_t at = header.find(prefix); at != std::string::npos; at = header.find(prefix, at + 1)) {
+    const size_t name = at + prefix.size();
+    const size_t equals = header.find(" = ", name);
+    keys.emplace_back(std::stoi(header.substr(equals + 3)), header.substr(name, equals - name));
+  }
+  ASSERT_EQ(keys.size(), 44u);
+  Json::Value info = sampleStationInfo();
+  for (const auto& [key, name] : keys) info["ksinfo"][name] = "v" + name;
+  start(info);
+  for (const auto& [key, name] : keys) {
+    EXPECT_TRUE(answered(query(key), true, 0, "v" + name)) << name;
   }
 }
 

@@ -60,7 +60,21 @@ bool writeReplacing(const std::string& path, const std::string& text) {
 
 }  // namespace
 
+constexpr const char kHelp[] =
+    "usage: bramblekit-sign-station-info PRIVATE_KEY.pem STATION_INFO.json [1|2]\n"
+    "\n"
+    "Signs a station info file in place, as the station-management agent does.\n"
+    "  PRIVATE_KEY.pem    RSA 1024-bit private key whose public half the library\n"
+    "                     embeds (the development one lies in the build's keys/)\n"
+    "  STATION_INFO.json  the file; only its \"signature\" and \"digest\" values change\n"
+    "  1|2                signature version; default: ksinfo.SIGNATURE_VERSION\n"
+    "Exit status 0 on success, 1 with one line on standard error otherwise.\n";
+
 int main(int argc, char** argv) {
+  if (argc == 2 && (std::string(argv[1]) == "--help" || std::string(argv[1]) == "-h")) {
+    std::cout << kHelp;
+    return 0;
+  }
   if (argc < 3 || argc > 4) {
     return failWith("usage: sign_station_info PRIVATE_KEY.pem STATION_INFO.json [1|2]");
   }

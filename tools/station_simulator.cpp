@@ -40,11 +40,32 @@ struct UnitOutcome {
   double milliseconds = 0;
 };
 
+constexpr const char kUsage[] =
+    "usage: bramblekit-station-simulator [--units N] [--results N] [--passfail N] [--fail]\n"
+    "                                    [--no-blob] [--serial-base N] [--quiet]\n";
+
 void usage() {
-  fprintf(stderr,
-          "usage: station_simulator [--units N] [--results N] [--passfail N] [--fail] "
-          "[--no-blob] [--serial-base N] [--quiet]\n");
+  fputs(kUsage, stderr);
   exit(2);
+}
+
+void help() {
+  fputs(kUsage, stdout);
+  fputs(
+      "\n"
+      "Runs units through a whole session (start, attributes, results, a blob,\n"
+      "am-I-okay, done, commit) against signed station files already under /vault,\n"
+      "and reports what the library said.  Writes to /vault: run it in a sandbox.\n"
+      "  --units N        units to run (default 1)\n"
+      "  --results N      parametric results per unit (default 24)\n"
+      "  --passfail N     pass/fail results per unit (default 8)\n"
+      "  --fail           the last pass/fail test fails; the unit commits as a failure\n"
+      "  --no-blob        add no blob\n"
+      "  --serial-base N  number of the first unit's serial number (default 1)\n"
+      "  --quiet          print only the summary\n"
+      "Exit status 0 when every unit committed.\n",
+      stdout);
+  exit(0);
 }
 
 unsigned numberArgument(int argc, char** argv, int* i) {
@@ -73,6 +94,8 @@ Options parseOptions(int argc, char** argv) {
       options.blob = false;
     } else if (arg == "--quiet") {
       options.quiet = true;
+    } else if (arg == "--help" || arg == "-h") {
+      help();
     } else {
       usage();
     }

@@ -23,7 +23,22 @@
 #include "tools/ResultsVerifier.h"
 #include "tools/ToolCrypto.h"
 
+namespace {
+constexpr const char kHelp[] =
+    "usage: bramblekit-verify-results RESULTS_PUBLIC_KEY.pem results.Json\n"
+    "\n"
+    "Checks both signatures (otter_signature, ocelot_signature) of a committed\n"
+    "results file, as the servers do.\n"
+    "  RESULTS_PUBLIC_KEY.pem  public half of the results key the library embeds\n"
+    "  results.Json            the file in a session's .commit directory\n"
+    "Exit status 0 when both hold, 1 with the reason otherwise, 2 for a usage error.\n";
+}  // namespace
+
 int main(int argc, char** argv) {
+  if (argc == 2 && (std::string(argv[1]) == "--help" || std::string(argv[1]) == "-h")) {
+    std::cout << kHelp;
+    return 0;
+  }
   if (argc != 3) {
     std::cerr << "usage: verify_results RESULTS_PUBLIC_KEY.pem results.Json" << std::endl;
     return 2;
