@@ -19,8 +19,9 @@ std::string Util_renderResultsText(const Json::Value& document);
 // finite (infinity renders as a number no parser takes, NaN as null), and the
 // nesting stays well within the parser's limit.  Such a document stands for
 // its file: it may be checked in memory and its text patched, instead of
-// parsing the file back.
-bool Util_resultsRenderRoundTrips(const Json::Value& document);
+// parsing the file back.  `text` is the document's rendering: most documents
+// are judged by a scan of it, the rest by a walk of the document.
+bool Util_resultsRenderRoundTrips(const Json::Value& document, const std::string& text);
 
 // True when the file at `path` parses and holds what the servers demand: at
 // least one result, the session's times, the station id and the four

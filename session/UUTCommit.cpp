@@ -211,7 +211,8 @@ CBKReply* CUUT::commit(bool pass) {
     // A document that round trips stands for its file: it is checked and
     // signed in memory, and the file is only compared with the bytes written,
     // not parsed back.
-    const Json::Value* inMemory = Util_resultsRenderRoundTrips(rootJson) ? &rootJson : nullptr;
+    const Json::Value* inMemory =
+        Util_resultsRenderRoundTrips(rootJson, document) ? &rootJson : nullptr;
     if (Util_fileExists(jsondbg)) BK_LOG(UID, document);
     BK_LOG(UID, hexLine("Before", document.size()));
     {
