@@ -107,6 +107,22 @@ bool Util_fileCopy(const char* source, const char* destination, bool overwrite) 
   return true;
 }
 
+bool Util_fileHoldsExactly(const char* path, const std::string& bytes) {
+  const int fd = open(path, O_RDWR | O_CLOEXEC);
+  if (fd < 0) return false;
+  struct stat info;
+  bool same = fstat(fd, &info) == 0 && static_cast<size_t>(info.st_size) == bytes.size();
+  std::vector<char> buffer(same ? std::min<size_t>(bytes.size(), 1 << 20) : 0);
+  for (size_t at = 0; same && at < bytes.size();) {
+    const ssize_t got = read(fd, buffer.data(), std::min(buffer.size(), bytes.size() - at));
+    if (got < 0 && errno == EINTR) continue;
+    same = got > 0 && memcmp(buffer.data(), bytes.data() + at, static_cast<size_t>(got)) == 0;
+    if (same) at += static_cast<size_t>(got);
+  }
+  close(fd);
+  return same;
+}
+
 bool Util_fileRename(const char* source, const char* destination) {
   static const std::string kWideBlank = "        -        .      ";
   BK_LOG(kWideBlank, "'" << source << "' to '" << destination << "'");

@@ -10,6 +10,10 @@ long Util_fileSize(const char* path);
 // size against that.  With overwrite false an existing destination is still
 // truncated; the flag only decides whether it is removed first.
 bool Util_fileCopy(const char* source, const char* destination, bool overwrite);
+// True when the file opens for reading and writing and holds exactly
+// `bytes`: what a writer checks instead of reading its own output back through
+// a parser.
+bool Util_fileHoldsExactly(const char* path, const std::string& bytes);
 // Renames with three retries 500 ms apart for a busy file; after the fourth
 // failure throws the const char* "Can not rename the file after 3 tries".
 bool Util_fileRename(const char* source, const char* destination);

@@ -207,9 +207,12 @@ CBKReply* CUUT::commit(bool pass) {
     // First write.  The text is rendered once and written as it is, so that
     // a second write (below) gives the same bytes.
     std::string tmpPath = path + "results.tmp";
-    std::ostringstream rendered;
-    Util_renderResultsJson(rendered, rootJson);
-    const std::string document = rendered.str();
+    const std::string document = Util_renderResultsText(rootJson);
+    // A document that round trips stands for its file: it is checked and
+    // signed in memory, and the file is only compared with the bytes written,
+    // not parsed back.
+    const Json::Value* inMemory =
+        Util_resultsRenderRoundTrips(rootJson, document) ? &rootJson : nullptr;
     if (Util_fileExists(jsondbg)) BK_LOG(UID, document);
     BK_LOG(UID, hexLine("Before", document.size()));
     {
@@ -223,7 +226,7 @@ CBKReply* CUUT::commit(bool pass) {
       BK_LOG(UID, hexLine("After", static_cast<unsigned long>(static_cast<unsigned>(size))));
     }
 
-    if (!Util_verify_results_json(tmpPath.c_str())) {
+    if (!Util_verify_results_written(tmpPath.c_str(), document, inMemory)) {
       BK_LOG(UID, "Invalid test results file or file does not exist");
       std::string corruptPath = std::string(corruptuutdataPath) + UID;
       if (!Util_directoryExists(corruptuutdataPath)) Util_createDirectories(corruptuutdataPath);
@@ -236,7 +239,7 @@ CBKReply* CUUT::commit(bool pass) {
         if (out.is_open()) BK_LOG(UID, "trying to rewrite the results file second time");
         writeText(out, document);
       }
-      if (!Util_verify_results_json(tmpPath.c_str())) {
+      if (!Util_verify_results_written(tmpPath.c_str(), document, inMemory)) {
         // No cancel: the directory stays UID.did for someone to look at.
         COMMIT_FAIL(
             BK_MSG_ERROR_API_SYNTAX,
@@ -262,7 +265,10 @@ CBKReply* CUUT::commit(bool pass) {
 
     // An unsigned file is never handed over: the session stays UID.did, and
     // commit may be called again once the cause (a full disk) is gone.
-    if (signJsonResults(resultsPath)) {
+    const bool signedResults = inMemory != nullptr
+                                   ? signJsonResults(resultsPath, document, rootJson)
+                                   : signJsonResults(resultsPath);
+    if (signedResults) {
       BK_LOG(UID, "Signed test results successfully");
     } else {
       BK_LOG(UID, "Either Digital Signing OFF or can not sign the test results");

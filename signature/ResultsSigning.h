@@ -2,6 +2,8 @@
 #ifndef BRAMBLEKIT_SIGNATURE_RESULTSSIGNING_H_
 #define BRAMBLEKIT_SIGNATURE_RESULTSSIGNING_H_
 
+#include <json/json.h>
+
 #include <string>
 
 // Signs the results file at `path` (the session's "results.Json", just
@@ -17,5 +19,13 @@
 // caller records it and goes on.  Throws std::out_of_range when a key the
 // signed texts need is absent from the file: CUUT::commit catches it.
 bool signJsonResults(const std::string& path);
+
+// The same for a file whose bytes the caller holds: `fileText`, rendered from
+// `document`, which must round trip (Util_resultsRenderRoundTrips).  The texts
+// are cut from `fileText` and the three members put into it where the
+// renderer would put them, so nothing is read, parsed or rendered whole again;
+// the file ends byte for byte as signJsonResults(path) would leave it.
+bool signJsonResults(const std::string& path, const std::string& fileText,
+                     const Json::Value& document);
 
 #endif  // BRAMBLEKIT_SIGNATURE_RESULTSSIGNING_H_

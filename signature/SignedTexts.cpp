@@ -1,5 +1,7 @@
 #include "signature/SignedTexts.h"
 
+#include <string.h>
+
 #include <stdexcept>
 
 #include "signature/RawTextCutters.h"
@@ -26,12 +28,21 @@ std::string stationInfoSignedText(const std::string& fileText, const std::string
 
 namespace {
 
+// The first occurrence of "key", quoted.  memmem, not std::string::find: the
+// latter stops at every quotation mark of a file that is full of them.
+std::size_t findQuoted(const std::string& text, const std::string& key) {
+  const std::string needle = "\"" + key + "\"";
+  const void* at = memmem(text.data(), text.size(), needle.data(), needle.size());
+  return at == nullptr ? std::string::npos
+                       : static_cast<std::size_t>(static_cast<const char*>(at) - text.data());
+}
+
 // Where the quoted key first occurs.  The search result was once held in 32
 // bits and tested against 0 only, so position 0 reads as "not found" and a
 // truly absent key fails when the text is cut there: both behaviours are what
 // the committing code is built around.
 bool findKey(const std::string& text, const char* key, std::size_t& position) {
-  position = text.find(std::string("\"") + key + "\"");
+  position = findQuoted(text, key);
   if (position == std::string::npos) {
     throw std::out_of_range(std::string("results file has no key \"") + key + "\"");
   }
@@ -68,7 +79,7 @@ bool resultsOcelotFields(const std::string& fileText,
     if (!valueOf(fileText, key, value)) return false;
     fields.emplace_back(key, value);
   }
-  const std::size_t subStationAt = fileText.find("\"sub_station_id\"");
+  const std::size_t subStationAt = findQuoted(fileText, "sub_station_id");
   const bool subStation = subStationAt != std::string::npos;
   if (usedSubStation != nullptr) *usedSubStation = subStation;
   if (subStation) {

@@ -4,8 +4,10 @@
 
 #include <string>
 
+#include "data/ResultsDocument.h"
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
+#include "signature/ResultsSigning.h"
 #include "support/SessionRun.h"
 #include "support/TestSupport.h"
 
@@ -113,6 +115,10 @@ TEST_F(CommitTest, HandsOverSignedFileWithLateAttributeAndDirectCopies) {
   EXPECT_EQ(committedResults()["test_attributes"]["signature_version"].asString(), "1");
   EXPECT_EQ(committedResults()["uut_attributes"]["fixture_color"].asString(), "red");
   EXPECT_TRUE(verifyCommittedResults(dirOf(uut_, ".commit/results.Json")));
+  // Signed in memory, yet the bytes of signing the first write by parse and render.
+  writeFile("/vault/first-write.json", Util_renderResultsText(uut_->getRootJson()));
+  ASSERT_TRUE(signJsonResults("/vault/first-write.json"));
+  EXPECT_EQ(readFile("/vault/first-write.json"), readFile(dirOf(uut_, ".commit/results.Json")));
   for (const char* root :
        {"/vault/data_collection/uut_data_ocelot/", "/vault/data_collection/uut_data_vole/"}) {
     const std::string copy = std::string(root) + uut_->getUID();

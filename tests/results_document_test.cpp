@@ -2,9 +2,12 @@
 // the character checks behind it, and the sample station files.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
+#include <limits>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "data/ResultsDocument.h"
 #include "data/ValueScanners.h"
@@ -87,6 +90,139 @@ TEST(VerifyResultsTest, FinishedDocumentPassesAndEachCheckRefusesIt) {
   EXPECT_FALSE(Util_verify_results_json("/vault/no/such/results.json"));
   writeFile(kResultsPath, "{ \"results\": [ ");
   EXPECT_FALSE(Util_verify_results_json(kResultsPath));
+}
+
+// A session's file as written, and the same file with one byte changed
+// inside a value: still JSON, still passing every check, but not what was
+// written.
+TEST(VerifyResultsTest, WrittenFileMustHoldExactlyTheRenderedBytes) {
+  writeDocument();
+  const std::string text = readFile(kResultsPath);
+  Json::Value document;
+  ASSERT_TRUE(Json::Reader().parse(text, document));
+  ASSERT_TRUE(Util_resultsRenderRoundTrips(document, text));
+  EXPECT_TRUE(Util_verify_results_written(kResultsPath, text, &document));
+
+  std::string altered = text;
+  altered[altered.find("C0212ABCDEF") + 3] = 'X';
+  for (const std::string& onDisk : {altered, text.substr(0, text.size() - 1), text + "\n"}) {
+    writeFile(kResultsPath, onDisk);
+    EXPECT_FALSE(Util_verify_results_written(kResultsPath, text, &document)) << onDisk.size();
+  }
+  // Without the document the file is parsed: the altered one passes that.
+  writeFile(kResultsPath, altered);
+  EXPECT_TRUE(Util_verify_results_written(kResultsPath, text, nullptr));
+  // The document is checked as the file would be.
+  writeFile(kResultsPath, text);
+  document["test_attributes"]["uut_stop"] = "";
+  EXPECT_FALSE(Util_verify_results_written(kResultsPath, text, &document));
+}
+
+Json::Value parsed(const std::string& text) {
+  Json::Value value;
+  EXPECT_TRUE(Json::Reader().parse(text, value, false)) << text;
+  return value;
+}
+
+std::string rendered(const Json::Value& document) {
+  std::ostringstream out;
+  Util_renderResultsJson(out, document);
+  return out.str();
+}
+
+// The signed file as parse-and-render made it: the text parsed, the members
+// set in its test_attributes, all rendered again.
+std::string parsedAndRendered(const std::string& text, const Json::Value& members) {
+  Json::Value root = parsed(text);
+  for (const std::string& name : members.getMemberNames()) {
+    root["test_attributes"][name] = members[name];
+  }
+  return rendered(root);
+}
+
+// Documents around the section that signing patches: its neighbours, keys
+// that sort next to the inserted ones, every kind of value and text the
+// renderer escapes.
+std::vector<Json::Value> oddDocuments() {
+  const char* const texts[] = {
+      R"({"blobs": [], "results": [{"test": "T", "value": "3.3", "result": "PASS"}],
+          "test_attributes": {"pdata_not_sent_to_trax": ["3", "4"], "signature_version": "2",
+                              "test_result": "PASS", "uut_start": "2024-01-02 03:04:05"},
+          "test_station_attributes": {"station_id": "S1", "mac_addr": "ff"}})",
+      R"({"results": [1], "test_attributes": {"ocelot_signaturd": "a", "ocelot_signaturf": "b",
+          "otter_signature": "old", "otter_signaturf": "c", "signature_versio": "d",
+          "signature_version0": "e", "": "empty key", "~": "tilde"}})",
+      R"({"results": [], "test_attributes": {"a": 1}, "test_station_attributes": {},
+          "u": [{"x": {}}, [], [[]]], "uut_attributes": {}, "zz": []})",
+      R"({"results": ["\u00e9\ud83d\ude00", "tab\tquote\"back\\slash/", "\u0001\u001f\u007f"],
+          "test_attributes": {"\u043a\u043b\u044e\u0447": "\u00e9", "k\"ey": "a/b\n",
+                              "signature_version": "\ud83d\ude00"},
+          "test_station_attributes": {"\u00ff": "\\\\"}})",
+      R"({"results": [0, -1, 9223372036854775807, -9223372036854775808, 18446744073709551615,
+                      0.1, -0.0, 1e300, 5e-324, 3.0, true, false, null],
+          "test_attributes": {"n": [0.5, -2, 1e-7, true, null], "signature_version": 2,
+                              "o": {"deep": {"deeper": [[], {}]}}, "x": [], "y": {},
+                              "long": ["aaaaaaaaaaaaaaaaaaaa", "bbbbbbbbbbbbbbbbbbbb",
+                                       "cccccccccccccccccccc", "dddddddddddddddddddd"]}})",
+      R"({"test_attributes": {"signature_version": {"old": ["1"]}, "z": "last"}})",
+  };
+  std::vector<Json::Value> documents;
+  for (const char* text : texts) documents.push_back(parsed(text));
+  // What no parser gives: NUL inside texts, bytes that are no UTF-8.
+  Json::Value built = documents[0];
+  built["test_attributes"][std::string("nul\0key", 7)] = std::string("a\0b", 3);
+  built["test_attributes"]["bad"] = std::string("\xC3\x28\xED\xA0\x80\xFF");
+  built["results"][0]["value"] = std::string("\xF0\x9F\x98");
+  documents.push_back(built);
+  return documents;
+}
+
+TEST(ResultsText, MembersPutIntoTheTextAreTheBytesOfParseAndRender) {
+  Json::Value members;
+  members["otter_signature"] = std::string(256, 'a');
+  members["ocelot_signature"] = std::string(256, 'b');
+  members["signature_version"] = "1";
+  for (const Json::Value& document : oddDocuments()) {
+    const std::string text = rendered(document);
+    EXPECT_TRUE(Util_resultsRenderRoundTrips(document, text)) << text;
+    std::string patched;
+    ASSERT_TRUE(Util_renderWithMembersSet(text, document, "test_attributes", members, patched))
+        << text;
+    EXPECT_EQ(patched, parsedAndRendered(text, members));
+    // A text that is not the document's rendering is refused.
+    std::string untouched = "untouched";
+    EXPECT_FALSE(
+        Util_renderWithMembersSet(text + " ", document, "test_attributes", members, untouched));
+    EXPECT_EQ(untouched, "untouched");
+  }
+  // No object with members to patch: refused, the caller renders.
+  std::string out;
+  for (const char* text :
+       {R"({"test_attributes": {}})", R"({"test_attributes": "x"})", R"({"results": []})"}) {
+    EXPECT_FALSE(Util_renderWithMembersSet(text, parsed(text), "test_attributes", members, out));
+  }
+}
+
+// Whatever would not survive a parse is caught, by the text scan or the walk.
+TEST(ResultsText, CommentsInfinityNaNAndDepthDoNotRoundTrip) {
+  std::vector<Json::Value> spoilt(4, oddDocuments()[0]);
+  spoilt[0]["test_station_attributes"]["station_id"].setComment(std::string("// line 3"),
+                                                                Json::commentAfterOnSameLine);
+  spoilt[1]["results"][0]["value"] = std::numeric_limits<double>::infinity();
+  spoilt[2]["test_attributes"]["test_result"] = std::nan("");
+  Json::Value* deep = &spoilt[3]["test_attributes"]["nested"];
+  for (int level = 0; level < 80; ++level) deep = &(*deep)["in"];
+  *deep = "bottom";
+  for (const Json::Value& document : spoilt) {
+    EXPECT_FALSE(Util_resultsRenderRoundTrips(document, rendered(document)));
+  }
+  // Slashes in values send the decision to the walk, which finds a comment
+  // the text alone could not tell from them.
+  Json::Value slashes = oddDocuments()[0];
+  slashes["results"][0]["units"] = "V/s";
+  EXPECT_TRUE(Util_resultsRenderRoundTrips(slashes, rendered(slashes)));
+  slashes["results"][0]["units"].setComment(std::string("/* ok */"), Json::commentBefore);
+  EXPECT_FALSE(Util_resultsRenderRoundTrips(slashes, rendered(slashes)));
 }
 
 // Sample station files written on a new station, then a session's document

@@ -194,6 +194,26 @@ TEST(ResultsSignature, EditsBehindDecoysAndNonStrictFilesAreRefused) {
                                                              "uut_stop, bk_version\n")));
 }
 
+// Commit signs from the text it wrote and the value it rendered; the file
+// must end byte for byte as signing the file alone leaves it.
+TEST(ResultsSignature, SigningFromTheWrittenTextLeavesTheBytesOfSigningTheFile) {
+  Json::Value subStation = finishedDocument();
+  subStation["test_station_attributes"]["sub_station_id"] = "SUB7";
+  subStation["test_attributes"]["pdata_not_sent_to_trax"] = "NOTFOUND";
+  Json::Value odd = finishedDocument();
+  odd["test_attributes"]["unit_serial_number"] = "C0\"2\xC3\xA9/x";
+  odd["test_attributes"].removeMember("signature_version");
+  odd["uut_attributes"]["zz"] = Json::Value(Json::arrayValue);
+  for (const Json::Value& document : {finishedDocument(), subStation, odd}) {
+    const std::string text = writeResults(document);
+    ASSERT_TRUE(signJsonResults(kResultsPath));
+    const std::string signedFile = readFile(kResultsPath);
+    writeFile(kResultsPath, text);
+    ASSERT_TRUE(signJsonResults(kResultsPath, text, document));
+    EXPECT_EQ(readFile(kResultsPath), signedFile);
+  }
+}
+
 TEST(ResultsSignature, FailuresLeaveTheFileUntouched) {
   Json::Value emptySubStation = finishedDocument();
   emptySubStation["test_station_attributes"]["sub_station_id"] = "";
