@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "DevelopmentKeys.h"
 #include "interface/Bramblekit.h"
 #include "support/SignedStation.h"
@@ -25,24 +26,10 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double msSince(Clock::time_point from) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - from).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-void check(BKReplyHandle reply, const char* what) {
-  if (!BK_success(reply)) {
-    fprintf(stderr, "%s failed: %s\n", what, BK_reply_getError(reply));
-    exit(1);
-  }
-  BK_reply_destroy(reply);
-}
+using bk_bench::check;
+using bk_bench::Clock;
+using bk_bench::median;
+using bk_bench::msSince;
 
 // 30 tests of 1,000 points each; every 997th point fails, and the values
 // sweep the band so that marginal and outside points occur too.

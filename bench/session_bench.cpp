@@ -27,6 +27,7 @@
 #include <string>
 #include <vector>
 
+#include "BenchSupport.h"
 #include "data/ResultsDocument.h"
 #include "foundation/Durability.h"
 #include "foundation/FileBasics.h"
@@ -39,24 +40,10 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double msSince(Clock::time_point from) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - from).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-void check(BKReplyHandle reply, const char* what) {
-  if (!BK_success(reply)) {
-    fprintf(stderr, "%s failed: %s\n", what, BK_reply_getError(reply));
-    exit(1);
-  }
-  BK_reply_destroy(reply);
-}
+using bk_bench::check;
+using bk_bench::Clock;
+using bk_bench::median;
+using bk_bench::msSince;
 
 UUTHandle startUnit() {
   UUTHandle unit = nullptr;
