@@ -229,13 +229,20 @@ TEST_F(UnitCheckThread, AnswerArrivingAfterTheSessionEndedLeavesNoFile) {
 }
 
 TEST_F(UnitCheckThread, UnloadWithAThreadStillRunningTellsTheLog) {
+#if defined(__SANITIZE_THREAD__)
+  // Exit destroys every static while the thread still runs: by design here,
+  // and a race to ThreadSanitizer in any program that does it.
+  GTEST_SKIP() << "a process that exits under a running thread";
+#endif
   pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
     script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 5000)});
     CUUT* uut = startSession();
     startUnitCheck(uut, kSerial);
-    exit(0);  // unload runs while the thread waits in the client
+    // Once the thread waits in the client, only unload can meet it.
+    waitFor([] { return !calls("SFCQueryRecordUnitCheck").empty(); });
+    exit(0);
   }
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
