@@ -8,6 +8,8 @@
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
+#include "foundation/StatusWord.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
 
 CBKReply* CAttributeBrick::create(const std::string& directory, const std::string& name,
@@ -23,12 +25,12 @@ CBKReply* CAttributeBrick::create(const std::string& directory, const std::strin
   if (out->is_open()) {
     *out << name << "=" << value << "\n";
     out->close();
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } else {
     // Not left as a silent success: the attribute would be lost.
     const std::string text = "Could not open attribute file '" + path.str() + "'";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
     BK_LOG_ERROR(text);
   }
   return reply;
@@ -41,7 +43,7 @@ CBKReply* CAttributeBrick::read(const std::string& directory, const std::string&
   (void)value;
   CBKReply* reply = new CBKReply();
   reply->setData("NOT IMPLEMENTED");
-  reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED));
+  reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED));
   BK_LOG_ERROR("not implemented");
   return reply;
 }

@@ -6,10 +6,10 @@
 #include <sstream>
 
 #include "foundation/Constants.h"
+#include "foundation/FailReply.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "identity/Exceptions.h"
-#include "interface/EntryFrame.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::string blobDirectoryOf(const std::string& base) {
 
 CBKReply* passReply() {
   CBKReply* reply = new CBKReply();
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
@@ -54,7 +54,7 @@ CBKReply* CBlob::createDirs(const std::string& directory) {
   // so the disk is asked whether the directory is there now.
   Util_createDirectories(directory.c_str());
   if (Util_directoryExists(directory.c_str())) {
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } else {
     BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, "Can not create blob directory");
   }
@@ -85,7 +85,7 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
     target = directory + safeName + extensionOf(source);
     BK_LOG(kBlankUID, "Copying from '" << source << "' to '" << target << "'");
     if (Util_fileCopy(source.c_str(), target.c_str(), true)) {
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       return reply;
     }
     BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, missing);

@@ -5,8 +5,8 @@
 
 #include "data/TestRecords.h"
 #include "data/ValueScanners.h"
+#include "foundation/FailReply.h"
 #include "identity/Exceptions.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
 std::atomic<uint32_t> CResultBrick::counter{0};
@@ -158,7 +158,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
     results.append(std::move(record));
   } catch (exception_with_string* e) {
     reply->setData(e->getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(e->getErrorMessage());
     delete e;
   } catch (...) {
@@ -166,7 +166,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
     // with a success below while the text stays: stations have always been
     // answered that way, and the record is not in the document.
     reply->setData("CResultBrick::create caught an exception!");
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR("CResultBrick::create caught an exception!");
   }
   reply->setStatus(kResultPassStatus);

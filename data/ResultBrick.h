@@ -8,7 +8,7 @@
 
 #include <atomic>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 class CResultBrick {
  public:

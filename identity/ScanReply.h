@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 // One of the scanners of identity/TextScanners.h.
 using BKTextScanner = void (*)(std::string text, unsigned long first, unsigned long last);

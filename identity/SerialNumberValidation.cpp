@@ -10,13 +10,13 @@
 
 #include <exception>
 
+#include "foundation/FailReply.h"
 #include "foundation/Log.h"
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "identity/Exceptions.h"
 #include "identity/TextScanners.h"
-#include "interface/EntryFrame.h"
-#include "interface/Reply.h"
-#include "interface/Status.h"
 #include "session/UUT.h"
 
 namespace {
@@ -99,7 +99,7 @@ void reportSerialNumberError(const std::string& uid, CBKReply* reply, exception_
   std::string text = "Serial Number Error: " + e->getErrorMessage() + " [ " + sn + " ]";
   reply->setData(text);
   reply->setStatus(
-      BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
+      bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
   logLine(uid, text);
   delete e;
 }
@@ -167,7 +167,7 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
           "Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, FULL)");
     }
     invalid = false;
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } catch (BK_SNException_badLength* e) {
     reportSerialNumberError(UID, reply, e, sn);
   } catch (BK_SNException_badFormat* e) {
@@ -178,13 +178,13 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
     std::string text = "Serial Number Error: " + e->getErrorMessage() + " [ " + sn + " ]";
     BK_LOG(UID, text);
     reply->setData(e->getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     delete e;
   } catch (...) {
     std::string text = std::string(__FUNCTION__) + ": Unhandled exception";
     BK_LOG(UID, text);
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(text);
   }
 

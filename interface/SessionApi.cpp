@@ -47,7 +47,7 @@ BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
   writeBramblekitVersionToFile();
   // Logged only now, since the line carries the new session's UID.
   BK_LOG_ENTRY(uut->getUID());
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG_EXIT(uut->getUID());
   return reply;
 }

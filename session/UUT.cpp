@@ -10,7 +10,7 @@
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
 #include "foundation/StationFiles.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 
 const char* const state_names[5] = {"open", "done", "popping", "did", "commit"};
 
@@ -179,12 +179,12 @@ CBKReply* CUUT::cancel() {
     if (time(nullptr) - started > 4) break;
   }
   if (deleted) {
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     BK_LOG(UID, "Canceled UUT at '" << path << "'");
   } else {
     std::string text = "Could not delete the temporary UUT directory '" + path + "'";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
     BK_LOG_ERROR(text);
   }
   return reply;
@@ -193,12 +193,11 @@ CBKReply* CUUT::cancel() {
 CBKReply* CUUT::getSerialNumber(std::string& out) {
   CBKReply* reply = new CBKReply();
   if (serialNumber.empty()) {
-    reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_NO_ATTRIBUTE));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_NO_ATTRIBUTE));
     return reply;
   }
   out = serialNumber;
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 

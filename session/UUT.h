@@ -17,8 +17,8 @@
 #include <mutex>
 #include <string>
 
+#include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
 
 // Where a session is; each state has its directory suffix.
 enum UUTState : uint32_t {

@@ -6,12 +6,12 @@
 
 #include <string>
 
+#include "foundation/FailReply.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 #include "identity/ScanReply.h"
 #include "identity/TextScanners.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 #include "station/Features.h"
 
@@ -95,13 +95,13 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         attributeStationIdentifierCreated = true;
         BK_LOG(UID, "Attribtue [" << name << "] has already been created as [" << existing
                                   << "]. Do not add stationID, Bramblekit does for you.");
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         return reply;
       }
       const std::string text =
           "Attribtue [" + name + "] has already been created as [" + existing + "].";
       reply->setData(text);
-      reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+      reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
       BK_LOG_ERROR(text);
       BK_LOG(UID, text);
       return reply;
@@ -127,7 +127,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
           reply->setData(text);
           pendingFailureActive = false;
           pendingFailureName = "SERIAL_NUMBER_NOT_OK [PASSIVE]:";
-          reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+          reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         }
       }
       // A bad number is recorded all the same, for commit to deal with.
@@ -174,7 +174,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         const std::string text =
             "Invalid or Station Version [" + value + "] or exceeds 48 characters";
         reply->setData(text);
-        reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+        reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
         BK_LOG_ERROR(text);
         return reply;
       }
@@ -192,7 +192,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
       BK_LOG(UID, "Caught Station ID creation [" << value << "]");
       stationIdentifier = value;
       attributeStationIdentifierCreated = true;
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       return reply;
     } else {
       if (value.length() > kDevAttributeLimit) {
@@ -204,17 +204,17 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         const std::string text = "Illegal character in developer's added attribute [" + value +
                                  "] caught in createAttribute";
         reply->setData(text);
-        reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+        reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
         BK_LOG_ERROR(text);
         return reply;
       }
       rootJson["uut_attributes"][name] = value;
     }
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } catch (...) {
     const std::string text = std::string("createAttribute") + ": Undhandled exception";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(text);
   }
   if (badSerial) {
@@ -223,7 +223,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
     const std::string text = std::string("createAttribute") + ": Invalid Serial Number passed";
     reply->setData(text);
     reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
+        bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
     BK_LOG_ERROR(text);
   }
   return reply;

@@ -10,11 +10,11 @@
 #include "data/Blob.h"
 #include "data/BlobCompression.h"
 #include "foundation/Constants.h"
+#include "foundation/FailReply.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/OutputFile.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 #include "station/Features.h"
 
@@ -75,7 +75,7 @@ CBKReply* blobsSwitchedOff(const std::string& uid, const char* function) {
       "ks_station_info.json file.";
   reply->setData(text);
   bkLogSessionLine(uid, function, text);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
@@ -215,7 +215,7 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
     record["retention_policy"] = Json::Value(static_cast<Json::UInt>(retentionPolicy));
     rootJson["blobs"].append(record);
 
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     if (Util_fileExists(stagedPath.c_str())) remove(stagedPath.c_str());
     return reply;
   } catch (...) {

@@ -17,7 +17,7 @@
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
 #include "foundation/StationFiles.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
 #include "station/Features.h"
@@ -82,7 +82,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   if (uut->pendingFailureActive) {
     reply->setData(uut->pendingFailureMessage);
     reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
+        bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
   }
 
   // A bad signature is ACTIVE whatever the station's policy says: the policy
@@ -155,7 +155,7 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
   if (active) {
     DONE_LOG_ERROR(stream.str());
     reply->setData(stream.str());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
     DONE_LOG(UID, stream.str());
   } else {
     DONE_LOG(UID, stream.str());
@@ -292,7 +292,7 @@ CBKReply* CUUT::done() {
     }
     text << " to=" << state_names[UUT_STATE_DONE];
     reply->setData(text.str());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
     DONE_LOG_ERROR(text.str());
     return reply;
   }
@@ -371,7 +371,7 @@ CBKReply* CUUT::done() {
 
   if (!pendingFailure || !pendingFailureActive) {
     DONE_LOG(UID, "Returning success");
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   }
   return reply;
 }

@@ -7,9 +7,9 @@
 
 #include "data/ResultBrick.h"
 #include "data/TestRecords.h"
+#include "foundation/FailReply.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "session/UUT.h"
 
 namespace {

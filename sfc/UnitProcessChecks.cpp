@@ -28,7 +28,7 @@ std::string firstLine(const std::string& path) {
   return line;
 }
 
-unsigned passStatus() { return BK_buildStatus(BK_PASS, 0, 0); }
+unsigned passStatus() { return bkBuildStatus(BK_PASS, 0, 0); }
 
 // Neither check has a reply to return, so a bad call is answered in the
 // reply when there is one, and always in the log.
@@ -48,7 +48,7 @@ bool rejectBadCall(void* handle, void* reply, const char* function) {
 void failReply(CBKReply* reply, const std::string& text, unsigned message) {
   BK_LOG_ERROR(text);
   reply->setData(text);
-  reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+  reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
   BK_LOG_ERROR(text);
 }
 

@@ -36,7 +36,7 @@ constexpr std::size_t kShortestWholeFile = 1024;
 constexpr std::size_t kSignatureHexLength = 256;
 
 unsigned signatureFailure() {
-  return BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SIGNATURE);
+  return bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SIGNATURE);
 }
 
 void fail(CBKReply* reply, const std::string& text) {
@@ -46,7 +46,7 @@ void fail(CBKReply* reply, const std::string& text) {
 
 void pass(CBKReply* reply, const std::string& text) {
   reply->setData(text);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
 }
 
 // Up to three reads, 1 s and then 2 s apart, while the file is missing or

@@ -30,7 +30,7 @@
 #include <sstream>
 #include <string>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 // Steps of BK_isSignatureOK after the file's text has been read: picks the
 // signed text by version, reads signature and digest, verifies.  `message`

@@ -95,7 +95,7 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
       pendingFailureName = check.passiveLabel;
       BK_LOG(UID, text);
       reply->setData(text);
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     }
     return owned.release();
   };
@@ -117,7 +117,7 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   if (serialNumber.empty()) {
     const std::string text = " Called wihtout the serial number, no UOP/SFC_QUERY_UNIT for now.";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     BK_LOG(UID, text);
     return owned.release();
   }
@@ -139,7 +139,7 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
 
   const std::string none = "FATAL ERROR FOUND: NONE";
   reply->setData(none);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG(UID, none);
   return owned.release();
 }

@@ -15,10 +15,10 @@
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
-#include "interface/Reply.h"
 #include "session/UUT.h"
 
 namespace {
@@ -27,11 +27,11 @@ void fillFailure(BKReplyHandle reply, unsigned message, const std::string& text)
   if (reply == nullptr) return;
   CBKReply* target = static_cast<CBKReply*>(reply);
   target->setData(text);
-  target->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+  target->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
 }
 
 void fillPass(BKReplyHandle reply) {
-  if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(bkBuildStatus(BK_PASS, 0, 0));
 }
 
 // Seconds from `then` to `now`, wrapped to 32 bits as the agents' readers

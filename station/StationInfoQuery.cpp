@@ -113,7 +113,7 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
                              "] required for key [" + name +
                              "] needs to be passed in the next call.";
         reply->setData(answer);
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         BK_LOG(uid, answer);
       }
     } else if (textLength == 0 || name == kWrongKey) {
@@ -125,7 +125,7 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
       std::string answer =
           "Value obtained for KEY [" + name + "] = [" + text + "] from ks_station_info.json file";
       reply->setData(answer);
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       BK_LOG(uid, answer);
     } else {
       fail("API parameters did not get passed in correctly for key [" + name + "]");

@@ -10,9 +10,9 @@
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
+#include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
-#include "interface/Reply.h"
 #include "session/UUT.h"
 
 namespace {
@@ -22,7 +22,7 @@ bool passPlaceholder(UUTHandle handle, BKReplyHandle reply) {
   if (reply != nullptr) {
     CBKReply* target = static_cast<CBKReply*>(reply);
     target->setData("");
-    target->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    target->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   }
   return true;
 }

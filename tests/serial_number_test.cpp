@@ -6,9 +6,9 @@
 #include <climits>
 #include <string>
 
+#include "foundation/StatusWord.h"
 #include "identity/Exceptions.h"
 #include "identity/TextScanners.h"
-#include "interface/Status.h"
 #include "support/StationSession.h"
 
 using namespace std::string_literals;

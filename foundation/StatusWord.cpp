@@ -1,10 +1,9 @@
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 
 #include <json/json.h>
 
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
 
 // clang-format off
 const char* const BKMessageClassNames[33] = {
@@ -33,16 +32,6 @@ const char* const BKMessageNumberNames[36] = {
     "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", "BK_MSG_ERROR_INVALID_ATTRIBUTE",
     "BK_MSG_ERROR_SFC_QUERY_UNIT", "BK_MSG_ERROR_CANOPY_AMIOKAY", ""};
 
-// Descriptions were planned for every entry; none was ever written.
-const char* const BKMessageClassStrings[33] = {
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-};
-const char* const BKMessageNumberStrings[36] = {
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-};
-
 const char* bkClassName(unsigned msgClass) {
   if (msgClass == 0) return BKMessageClassNames[0];
   return BKMessageClassNames[__builtin_ctz(msgClass) + 1];
@@ -60,8 +49,7 @@ static const unsigned kSignatureMessage = BK_MSG_ERROR_INVALID_SIGNATURE;
 // means OFF.
 static bool isPolicyEntry(const LifelineEntry& entry) { return entry.is(0) || entry.active(); }
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace statusword {
 
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
@@ -114,29 +102,4 @@ unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned me
   return kStatusFailBit | word;
 }
 
-}  // namespace unguarded
-
-bool BK_isLifelineMessageOFF(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isLifelineMessageOFF(msgClass, message); });
-}
-
-bool BK_isLifelineClassOFF(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isLifelineClassOFF(msgClass, message); });
-}
-
-// A message without a numeric entry makes the look-up throw: the answer is
-// then "not passive".
-bool BK_isFailPassive(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isFailPassive(msgClass, message); });
-}
-
-// After an exception the word is a failure: the policy could not be read.
-unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
-  return bkGuardValue(
-      __func__, kStatusFailBit | (msgClass << 20) | message, [&, raw = static_cast<int>(result)] {
-        return unguarded::BK_buildStatus(static_cast<BK_PASSFAILRESULT>(raw), msgClass, message);
-      });
-}
+}  // namespace statusword
