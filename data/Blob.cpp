@@ -9,7 +9,7 @@
 #include "foundation/FailReply.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
-#include "identity/Exceptions.h"
+#include "foundation/TextError.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "data/TestRecords.h"
-#include "data/ValueScanners.h"
+#include "data/ValueValidators.h"
 #include "foundation/FailReply.h"
-#include "identity/Exceptions.h"
+#include "foundation/TextError.h"
 #include "session/UUT.h"
 
 std::atomic<uint32_t> CResultBrick::counter{0};

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <string>
 
-#include "data/ValueScanners.h"
+#include "data/ValueValidators.h"
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 

@@ -15,7 +15,7 @@
 #include <string>
 
 #include "foundation/Reply.h"
-#include "identity/TextScanners.h"
+#include "foundation/TextScanners.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
 

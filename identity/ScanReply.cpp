@@ -1,7 +1,7 @@
 #include "identity/ScanReply.h"
 
 #include "foundation/FailReply.h"
-#include "identity/Exceptions.h"
+#include "foundation/TextError.h"
 
 bool bkAnswerScan(CBKReply* reply, BKTextScanner scan, const std::string& text, unsigned failure,
                   const char* function) {

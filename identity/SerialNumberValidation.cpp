@@ -15,8 +15,8 @@
 #include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
 #include "foundation/StatusWord.h"
-#include "identity/Exceptions.h"
-#include "identity/TextScanners.h"
+#include "foundation/TextError.h"
+#include "foundation/TextScanners.h"
 #include "session/UUT.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // CUUT::validateVersion: the form of the station software's version.
 #include "foundation/FailReply.h"
 #include "foundation/Log.h"
+#include "foundation/TextScanners.h"
 #include "identity/ScanReply.h"
-#include "identity/TextScanners.h"
 #include "session/UUT.h"
 
 bool CUUT::validateVersion(void* passedInReply, std::string version) {

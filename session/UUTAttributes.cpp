@@ -8,12 +8,12 @@
 
 #include "foundation/FailReply.h"
 #include "foundation/Log.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
+#include "foundation/TextScanners.h"
 #include "identity/ScanReply.h"
-#include "identity/TextScanners.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
-#include "station/Features.h"
 
 namespace {
 

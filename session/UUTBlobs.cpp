@@ -14,9 +14,9 @@
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/OutputFile.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
 #include "session/UUT.h"
-#include "station/Features.h"
 
 namespace {
 

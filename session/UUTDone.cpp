@@ -16,11 +16,11 @@
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
 #include "foundation/StatusWord.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
-#include "station/Features.h"
 
 // Every line of done names done, also those written by its helpers below.
 #define DONE_LOG(uid, expr)                                \

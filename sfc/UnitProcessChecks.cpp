@@ -10,11 +10,11 @@
 
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
-#include "station/Features.h"
 
 namespace {
 

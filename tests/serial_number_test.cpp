@@ -7,8 +7,8 @@
 #include <string>
 
 #include "foundation/StatusWord.h"
-#include "identity/Exceptions.h"
-#include "identity/TextScanners.h"
+#include "foundation/TextError.h"
+#include "foundation/TextScanners.h"
 #include "support/StationSession.h"
 
 using namespace std::string_literals;
