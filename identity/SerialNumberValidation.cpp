@@ -1,23 +1,23 @@
-// CUUT::validateSerialNumber: whether a text is a serial number of one of the
-// six layouts, and the fail policy for one that is not.  The test is purely
-// syntactic; no server is asked.
+// Whether a text is a serial number of one of the six layouts, and the fail
+// policy for one that is not.  The test is purely syntactic; no server is
+// asked.
 //
 // The year, week and day rules test what atoi makes of the field, not that
 // it holds digits: the servers accept exactly what these rules accept, so a
 // week "7X" passes as 7 and a letter in a year field passes as 0.
+#include "identity/SerialNumberValidation.h"
+
 #include <stdlib.h>
 #include <string.h>
 
 #include <exception>
 
-#include "foundation/FailReply.h"
 #include "foundation/Log.h"
 #include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
 #include "foundation/StatusWord.h"
 #include "foundation/TextError.h"
 #include "foundation/TextScanners.h"
-#include "session/UUT.h"
 
 namespace {
 
@@ -60,8 +60,7 @@ void checkOldFamily(const std::string& sn) {
 }
 
 // Lengths 12, 16 and 17.
-void checkNewFamily(CUUT* uut, const std::string& sn) {
-  const std::string& UID = uut->UID;
+void checkNewFamily(const std::string& UID, const std::string& sn) {
   for (size_t i = 0; i < 3; ++i) requireAlnum(sn, i, kPlantTexts[i]);
   logLine(UID, "After first 3: ");
   if (sn.length() == 12) {
@@ -87,7 +86,7 @@ void checkNewFamily(CUUT* uut, const std::string& sn) {
   verifyChunkIsAlphaNumeric(sn, 15, 15);
   if (sn.length() == 17) {
     verifyChunkIsAlphaNumeric(sn, 16, 16);
-    if (!uut->ValidateSerialNumberChecksum(sn)) {
+    if (!identity::ValidateSerialNumberChecksum(sn)) {
       throw new BK_SNException_badChecksum("Bad Checksum for the serial number");
     }
   }
@@ -104,16 +103,11 @@ void reportSerialNumberError(const std::string& uid, CBKReply* reply, exception_
   delete e;
 }
 
-// The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
-// so is an entry that is no integer.  A missing entry means PASSIVE.
-bool serialNumberPolicyActive() {
-  const LifelineEntry entry = readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
-  return entry.integer ? entry.value != 0 : entry.unreadable();
-}
-
 }  // namespace
 
-bool CUUT::ValidateSerialNumberChecksum(std::string serialNumber) {
+namespace identity {
+
+bool ValidateSerialNumberChecksum(const std::string& serialNumber) {
   // I and O are left out: they read too much like 1 and 0.
   static const char digits[] = "0123456789ABCDEFGHJKLMNPQRSTUVWXYZ";
   const int modulus = 34;
@@ -130,15 +124,8 @@ bool CUUT::ValidateSerialNumberChecksum(std::string serialNumber) {
   return sum % modulus == 0;
 }
 
-bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
-  if (apoReply == nullptr) {
-    // A guard only: both callers pass a reply.  The one built here reaches
-    // nobody, and the number counts as good.
-    CBKReply orphan;
-    bkRejectNullArgument(&orphan, "apoReply", __FILE__, __LINE__, __FUNCTION__);
-    return true;
-  }
-  CBKReply* reply = static_cast<CBKReply*>(apoReply);
+bool validateSerialNumber(const std::string& UID, CBKReply* reply,
+                          const std::string& serialNumber) {
   const std::string& sn = serialNumber;
   bool invalid = true;
   try {
@@ -151,13 +138,13 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
       checkOldFamily(sn);
     } else if (length == 12) {
       BK_LOG(UID, "New 12 digit FG serial number: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length == 16) {
       BK_LOG(UID, "New 16 digit FG serial number without Checksum: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length == 17) {
       BK_LOG(UID, "SubAssembly 17 digit serial number with Checksum: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length > 18) {
       // No upper bound, whatever the texts say: the servers take any length.
       BK_LOG(UID, "(probably) a FULL serial number with MPN and RGN (len <= 19): [" << sn << "]");
@@ -188,18 +175,14 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
     BK_LOG_ERROR(text);
   }
 
-  if (invalid) {
-    // A PASSIVE policy clears the flag even if an earlier failure had set it.
-    if (serialNumberPolicyActive()) {
-      pendingFailure = true;
-      pendingFailureName = "ACTIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    } else {
-      pendingFailure = false;
-      pendingFailureName = "PASSIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    }
-    BK_LOG(UID, "Invalid Serial number");
-  } else {
-    BK_LOG(UID, "Valid Serial number");
-  }
   return !invalid;
 }
+
+// The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
+// so is an entry that is no integer.  A missing entry means PASSIVE.
+bool serialNumberPolicyActive() {
+  const LifelineEntry entry = readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
+  return entry.integer ? entry.value != 0 : entry.unreadable();
+}
+
+}  // namespace identity
