@@ -9,9 +9,10 @@
 
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
+#include "station/HealthProbes.h"
 
 namespace {
 
@@ -69,7 +70,7 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
 
   // A failed signature is always ACTIVE: no policy may wave it through.
   if (!BK_isSignatureOK(reply)) {
-    std::string detail = BK_reply_getError(reply);
+    std::string detail = reply->getData();
     pendingFailure = true;
     pendingFailureActive = true;
     pendingFailureName = "Signature  NOT OK [ACTIVE]:";
@@ -100,16 +101,16 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
     return owned.release();
   };
 
-  if (!BK_isMartenRunning(this, reply)) {
-    return recordFailure(kMarten, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isMartenRunning(UID, reply)) {
+    return recordFailure(kMarten, reply->getData(), nullptr);
   }
   BK_LOG(UID, kMarten.okLine);
-  if (!BK_isEtherNetOK(this, reply)) {
-    return recordFailure(kEthernet, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isEtherNetOK(UID, reply)) {
+    return recordFailure(kEthernet, reply->getData(), nullptr);
   }
   BK_LOG(UID, kEthernet.okLine);
-  if (!BK_isNetWorkOK(this, reply)) {
-    return recordFailure(kNetwork, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isNetWorkOK(UID, reply)) {
+    return recordFailure(kNetwork, reply->getData(), nullptr);
   }
   BK_LOG(UID, kNetwork.okLine);
 
@@ -123,16 +124,16 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   }
 
   if (!validateSerialNumber(reply, serialNumber)) {
-    return recordFailure(kSerialNumber, BK_reply_getError(reply), nullptr);
+    return recordFailure(kSerialNumber, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSerialNumber.okLine);
   if (!BK_isSFCQueryUnitOK(this, reply, serialNumber.c_str())) {
-    return recordFailure(kSFCQuery, BK_reply_getError(reply), nullptr);
+    return recordFailure(kSFCQuery, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSFCQuery.okLine);
   // Here a true answer is the failure.
   if (BK_isUnitOutOfProcess(this, reply, serialNumber.c_str())) {
-    return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(BK_reply_getError(reply)),
+    return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(reply->getData()),
                          "NO response from server or server is unavailable, empty response file");
   }
   BK_LOG(UID, kOutOfProcess.okLine);
@@ -142,26 +143,4 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG(UID, none);
   return owned.release();
-}
-
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
-
-BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  // A NULL serial number means the same as an empty one: station checks only.
-  CBKReply* result = uut->checkAMIOK(serialNumber != nullptr ? serialNumber : "");
-  BK_LOG(uut->getUID(), "Leaving BK_amIOkay");
-  return result;
-}
-
-}  // namespace unguarded
-
-BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
-  return bkGuard(__func__,
-                 [&] { return unguarded::BK_amIOkay(bkLiveSession(handle), serialNumber); });
 }
