@@ -12,6 +12,7 @@
 #include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
+#include "signature/StationInfoSignature.h"
 #include "station/HealthProbes.h"
 
 namespace {
@@ -69,7 +70,7 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   CBKReply* reply = owned.get();
 
   // A failed signature is always ACTIVE: no policy may wave it through.
-  if (!BK_isSignatureOK(reply)) {
+  if (!signaturecheck::BK_isSignatureOK(reply)) {
     std::string detail = reply->getData();
     pendingFailure = true;
     pendingFailureActive = true;

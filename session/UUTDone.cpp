@@ -21,6 +21,7 @@
 #include "foundation/StatusWord.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
+#include "signature/StationInfoSignature.h"
 
 // Every line of done names done, also those written by its helpers below.
 #define DONE_LOG(uid, expr)                                \
@@ -87,7 +88,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
 
   // A bad signature is ACTIVE whatever the station's policy says: the policy
   // itself lives in the file that failed the test.
-  if (!BK_isSignatureOK(reply)) {
+  if (!signaturecheck::BK_isSignatureOK(reply)) {
     uut->pendingFailure = true;
     stream << "ERROR: ks_station_info signature NOT OK," << textOf(reply);
     DONE_LOG(UID, stream.str());
@@ -106,7 +107,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   }
 
   // An expired signature is recorded but never stops a session.
-  if (!uut->pendingFailureActive && !BK_isSigExpOK(reply)) {
+  if (!uut->pendingFailureActive && !signaturecheck::BK_isSigExpOK(reply)) {
     uut->pendingFailure = true;
     stream << "Signature NOT OK [PASSIVE]: " << textOf(reply);
     DONE_LOG(UID, stream.str());
