@@ -19,6 +19,7 @@
 
 #include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
+#include "sfc/UnitCheckThread.h"
 
 // Where a session is; each state has its directory suffix.
 enum UUTState : uint32_t {
@@ -30,16 +31,6 @@ enum UUTState : uint32_t {
 };
 
 extern const char* const state_names[5];
-
-// What a detached SFC thread shares with its session.  The thread may outlive
-// the session, so both hold it; `ended` is set as the thread's last act.
-struct SFCThreadState {
-  std::atomic<bool> started{false};
-  std::atomic<bool> ended{false};
-  // Held while `ended` is set and while the thread is signalled, so that a
-  // signal never goes to a thread that has passed its end.
-  std::mutex endLock;
-};
 
 class CUUT {
  public:
@@ -179,5 +170,9 @@ void writeBramblekitVersionToFile();
 
 // The session's UID for log lines, or the blank field without a session.
 std::string bkUIDOf(const void* handle);
+
+// The session's unit-check thread, for done: see sfc/UnitCheckThread.h.
+int sfcUnitThreadProbe(const CUUT* uut);
+int sfcUnitThreadSignal(CUUT* uut, int signal);
 
 #endif  // BRAMBLEKIT_SESSION_UUT_H_
