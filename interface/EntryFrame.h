@@ -22,9 +22,6 @@
     }                                                                          \
   } while (0)
 
-#define BK_LOG_ENTRY(uid) BK_LOG((uid), "Entering " << __FUNCTION__)
-#define BK_LOG_EXIT(uid) BK_LOG((uid), "Exiting " << __FUNCTION__)
-
 // Ends an entry point whose whole work is `call`, a session method that makes
 // its own reply: entry line, the call, exit line.  `reply` served only the
 // NULL tests and is freed.

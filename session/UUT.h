@@ -20,6 +20,7 @@
 #include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
 #include "sfc/UnitCheckThread.h"
+#include "sfc/UnitProcessChecks.h"
 
 // Where a session is; each state has its directory suffix.
 enum UUTState : uint32_t {
@@ -65,6 +66,10 @@ class CUUT {
   bool wasAttributeSoftwareNameCreated() const { return attributeSoftwareNameCreated; }
   bool wasAttributeSoftwareVersionCreated() const { return attributeSoftwareVersionCreated; }
   bool wasSFCQueryUnitThreadCreated() const { return sfcQueryUnitThreadCreated; }
+  UnitCheckView unitCheckView() const {
+    return {UID, wasAttributeSerialNumberCreated(), sfcQueryUnitThreadCreated,
+            timeWhenSFCThreadCreated};
+  }
 
   // --- Attributes (session/UUTAttributes.cpp) ---
   CBKReply* createAttribute(std::string name, std::string value);

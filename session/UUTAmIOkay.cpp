@@ -128,12 +128,12 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
     return recordFailure(kSerialNumber, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSerialNumber.okLine);
-  if (!BK_isSFCQueryUnitOK(this, reply, serialNumber.c_str())) {
+  if (!unitcheck::BK_isSFCQueryUnitOK(unitCheckView(), reply)) {
     return recordFailure(kSFCQuery, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSFCQuery.okLine);
   // Here a true answer is the failure.
-  if (BK_isUnitOutOfProcess(this, reply, serialNumber.c_str())) {
+  if (unitcheck::BK_isUnitOutOfProcess(UID, reply)) {
     return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(reply->getData()),
                          "NO response from server or server is unavailable, empty response file");
   }
