@@ -6,8 +6,9 @@
 #include "data/TestRecords.h"
 #include "data/ValueValidators.h"
 #include "foundation/FailReply.h"
+#include "foundation/Log.h"
+#include "foundation/StatusWord.h"
 #include "foundation/TextError.h"
-#include "session/UUT.h"
 
 std::atomic<uint32_t> CResultBrick::counter{0};
 
@@ -61,26 +62,12 @@ bool acceptableNumber(const std::string& text) {
 
 }  // namespace
 
-CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResult) {
+CBKReply* CResultBrick::create(Json::Value& root, std::map<std::string, double>& parametricKeys,
+                               const std::string& uid, const CBKTestSpec& spec,
+                               const CBKTestResult& result) {
   CBKReply* reply = new CBKReply();
-  if (unitHandle == nullptr) {
-    bkRejectNullArgument(reply, "unitHandle", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  if (testSpec == nullptr) {
-    bkRejectNullArgument(reply, "testSpec", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  if (testResult == nullptr) {
-    bkRejectNullArgument(reply, "testResult", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  CUUT* uut = static_cast<CUUT*>(unitHandle);
-  const CBKTestSpec& spec = *static_cast<CBKTestSpec*>(testSpec);
-  const CBKTestResult& result = *static_cast<CBKTestResult*>(testResult);
-
   try {
-    Json::Value& results = uut->getRootJson()[kResults];
+    Json::Value& results = root[kResults];
     Json::Value record(Json::objectValue);
     if (!spec.testNameRef().empty()) record[kTest] = spec.testNameRef();
     if (!spec.subTestNameRef().empty()) record[kSubTest] = spec.subTestNameRef();
@@ -103,7 +90,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
         return reply;
       }
       // One search serves both the duplicate test and the insertion.
-      auto& keys = uut->parametricKeys;
+      auto& keys = parametricKeys;
       auto place = keys.lower_bound(key);
       bool used = place != keys.end() && place->first == key;
       // The first record of a session is never a duplicate.
@@ -151,8 +138,8 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
         record[kResult] = Json::StaticString("NA");
         break;
       default:
-        BK_LOG(uut->getUID(), "create"
-                                  << "Invalid result type: " << result.getResult());
+        BK_LOG(uid, "create"
+                        << "Invalid result type: " << result.getResult());
         throw exception_with_string("Invalid result type");
     }
     results.append(std::move(record));

@@ -4,10 +4,14 @@
 #ifndef BRAMBLEKIT_DATA_RESULTBRICK_H_
 #define BRAMBLEKIT_DATA_RESULTBRICK_H_
 
+#include <json/json.h>
 #include <stdint.h>
 
 #include <atomic>
+#include <map>
+#include <string>
 
+#include "data/TestRecords.h"
 #include "foundation/Reply.h"
 
 class CResultBrick {
@@ -17,7 +21,11 @@ class CResultBrick {
   // Checks and appends one record; always returns a new reply, the caller's.
   // The record is in the document exactly when the reply says success
   // without a text.
-  static CBKReply* create(void* unitHandle, void* testSpec, void* testResult);
+  // `root` is the session's document, `parametricKeys` its keys so far, `uid`
+  // names the session in the log.
+  static CBKReply* create(Json::Value& root, std::map<std::string, double>& parametricKeys,
+                          const std::string& uid, const CBKTestSpec& spec,
+                          const CBKTestResult& result);
 
   // A process-wide count of the results that passed the session's count
   // limit, read by the attribute records.

@@ -115,7 +115,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
     reply->setStatus(kResultPassStatus);
     return reply;
   }
-  return CResultBrick::create(this, spec, result);
+  return CResultBrick::create(rootJson, parametricKeys, UID, testSpec, testResult);
 }
 
 // The station's list names the priorities that are NOT sent, whatever its
