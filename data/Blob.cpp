@@ -76,7 +76,7 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob dirs");
       CBKReply* made = createDirs(directory);
-      if (!BK_success(made)) {
+      if (!made->succeeded()) {
         delete reply;
         return made;
       }
@@ -110,7 +110,7 @@ CBKReply* CBlob::copyFromMemory(const std::string& base, const std::string& safe
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob data dirs");
       CBKReply* made = createDirs(directory);
-      if (!BK_success(made)) return made;
+      if (!made->succeeded()) return made;
       delete made;
     }
     // A negative length cannot be written; refused before anything is read

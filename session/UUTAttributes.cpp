@@ -112,7 +112,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
       BK_LOG(UID, "Caught serial number creation: [" << value << "]");
       if (!validateSerialNumber(reply, value)) {
         badSerial = true;
-        std::string text = BK_reply_getError(reply);
+        std::string text = reply->getData();
         pendingFailure = true;
         // The text goes in twice: servers parse the doubled form.
         text += text;

@@ -17,6 +17,7 @@
 #include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
 #include "session/UUT.h"
+#include "station/StationInfoQuery.h"
 
 namespace {
 
@@ -48,18 +49,17 @@ std::string stationText(const char* key) {
 
 // STATION_TYPE through the station's own two-call query.
 bool queryStationType(CUUT* uut, bool* firstCallFailed, std::string* out) {
-  const int kStationType = 9;
   unsigned long long length = 0;
-  CBKReply* first =
-      static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, nullptr, &length));
-  *firstCallFailed = !BK_success(first);
-  delete first;
+  CBKReply first;
+  stationinfo::BK_getKSStationInfo(uut->getUID(), kStationInfoStationType, nullptr, &length,
+                                   &first);
+  *firstCallFailed = !first.succeeded();
   if (*firstCallFailed) return false;
   std::unique_ptr<char[]> buffer(new char[length + 1]());
   char* text = buffer.get();
-  CBKReply* second = static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, &text, &length));
-  bool ok = BK_success(second) && text[0] != '\0';
-  delete second;
+  CBKReply second;
+  stationinfo::BK_getKSStationInfo(uut->getUID(), kStationInfoStationType, &text, &length, &second);
+  bool ok = second.succeeded() && text[0] != '\0';
   if (ok) *out = text;
   return ok;
 }
@@ -106,7 +106,7 @@ CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copy(getPath(), safeName, path);
-  if (!BK_success(copied)) return copied;
+  if (!copied->succeeded()) return copied;
   delete copied;
   const std::string staged =
       getPath() + blobsDirectoryName + platformPathSeparator + safeName + CBlob::extensionOf(path);
@@ -118,7 +118,7 @@ CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, lo
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copyFromMemory(getPath(), safeName, data, length);
-  if (!BK_success(copied)) return copied;
+  if (!copied->succeeded()) return copied;
   delete copied;
   const std::string staged = getPath() + blobsDirectoryName + platformPathSeparator + safeName;
   return CreatBlobZipAndMetaFile(staged, name);

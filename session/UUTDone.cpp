@@ -22,6 +22,7 @@
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
 #include "signature/StationInfoSignature.h"
+#include "station/HealthProbes.h"
 
 // Every line of done names done, also those written by its helpers below.
 #define DONE_LOG(uid, expr)                                \
@@ -49,7 +50,7 @@ std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData()
 bool lifelineIsActive(const char* key) { return readLifelineEntry(key).active(); }
 
 struct HealthRow {
-  bool (*check)(UUTHandle, BKReplyHandle);
+  bool (*check)(const std::string& uid, CBKReply* reply);
   const char* lifelineKey;
   const char* activeText;
   const char* activeName;
@@ -61,13 +62,13 @@ struct HealthRow {
 // Colons and blanks differ from row to row on purpose: the names become test
 // names in the results that the servers already know.
 const HealthRow kHealthRows[] = {
-    {BK_isMartenRunning, "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
+    {probe::BK_isMartenRunning, "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
      "Marten not running [ACTIVE]: ", "Marten not running [ACTIVE]:",
      "Marten not running [PASSIVE]: ", "Marten not running [PASSIVE]: ", false},
-    {BK_isEtherNetOK, "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+    {probe::BK_isEtherNetOK, "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
      "EtherNet unplugged [ACTIVE]: ", "EtherNet unplugged [ACTIVE]", "EtherNet unplugged [PASSIVE]",
      "EtherNet unplugged [PASSIVE]", false},
-    {BK_isNetWorkOK, "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
+    {probe::BK_isNetWorkOK, "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
      "Can't ping TRAX, DCS, nor KS [ACTIVE]: ", "Network Not Okay [ACTIVE]",
      "Can't ping TRAX, DCS, nor KS [PASSIVE]: ", "Network Not Okay [PASSIVE]: ", true},
 };
@@ -123,7 +124,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
 
   for (const HealthRow& row : kHealthRows) {
     if (uut->pendingFailureActive) break;
-    if (row.check(uut, reply)) continue;
+    if (row.check(uut->getUID(), reply)) continue;
     uut->pendingFailure = true;
     std::string checkText = textOf(reply);
     if (lifelineIsActive(row.lifelineKey)) {
