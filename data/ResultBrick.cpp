@@ -10,8 +10,6 @@
 #include "foundation/StatusWord.h"
 #include "foundation/TextError.h"
 
-std::atomic<uint32_t> CResultBrick::counter{0};
-
 namespace {
 
 // A session holds tens of thousands of records: keys and constant texts are

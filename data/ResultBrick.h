@@ -7,7 +7,6 @@
 #include <json/json.h>
 #include <stdint.h>
 
-#include <atomic>
 #include <map>
 #include <string>
 
@@ -20,21 +19,11 @@ class CResultBrick {
 
   // Checks and appends one record; always returns a new reply, the caller's.
   // The record is in the document exactly when the reply says success
-  // without a text.
-  // `root` is the session's document, `parametricKeys` its keys so far, `uid`
-  // names the session in the log.
+  // without a text.  `root` is the session's document, `parametricKeys` its
+  // keys so far, `uid` names the session in the log.
   static CBKReply* create(Json::Value& root, std::map<std::string, double>& parametricKeys,
                           const std::string& uid, const CBKTestSpec& spec,
                           const CBKTestResult& result);
-
-  // A process-wide count of the results that passed the session's count
-  // limit, read by the attribute records.
-  static uint32_t getFileCounter() { return counter.load(); }
-  static void incrementFileCounter() { counter.fetch_add(1); }
-  static void resetFileCounter() { counter.store(0); }
-
- private:
-  static std::atomic<uint32_t> counter;
 };
 
 // What BK_buildStatus(BK_PASS, 0, 0) gives: a pass of class 0 and message 0

@@ -6,7 +6,6 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -156,33 +155,6 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
   }
   if (closedir(dir) != 0) BK_LOG(kWideBlank, "Error with closedir");
   return whole;
-}
-
-char* Util_replaceCharString(char** target, const char* source, unsigned long length) {
-  if (*target != nullptr && (*target)[0] != '\0') {
-    delete[] * target;
-    *target = nullptr;
-  }
-  if (length != 0) {
-    // An empty text that stayed above is replaced here; it is released first
-    // so that nothing leaks.
-    delete[] * target;
-    *target = new char[length + 1];
-    memset(*target, 0, length + 1);
-    strncpy(*target, source, length);
-  }
-  return *target;
-}
-
-char* g_get_free_space(char* path) {
-  struct statvfs info;
-  if (statvfs(path, &info) != 0) return nullptr;
-  unsigned long long bytes =
-      static_cast<unsigned long long>(info.f_bsize) * static_cast<unsigned long long>(info.f_bfree);
-  if (bytes == 0) return nullptr;
-  char text[64];
-  snprintf(text, sizeof(text), "%.2f Mb", static_cast<double>(bytes) / 1048576.0);
-  return strdup(text);
 }
 
 // The pass phrase is derived at run time from a table whose size belongs to

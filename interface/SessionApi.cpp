@@ -14,7 +14,6 @@
 namespace unguarded {
 
 BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
-  MUTEX_THREAD_INIT();
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, outHandle, "UUTHandle");
   std::string infoFile = std::string(vaultStationConfigPath) + ksinfo;
@@ -60,7 +59,7 @@ BKReplyHandle BK_UUTCancel(UUTHandle handle) {
 }
 
 void BK_UID_destroy(UUTHandle handle) {
-  Util_rotateLog(bramblekitLogFileNameWithPath);
+  Util_rotateLog(bramblekitLogFilePath);
   Util_deleteLogs(vaultRootPath);
   unlink(sfcstatusfilepath);
   if (handle == nullptr) return;

@@ -121,17 +121,6 @@ void CUUT::createTimestampFile(int s) {
   BK_LOG(UID, text);
 }
 
-void CUUT::createTimestampFileSpecific(long t, std::string name) {
-  std::string path = getPath() + name;
-  std::string text = Util_makeTimestamp2(t);
-  std::ofstream* out = COutputFile::open(path);
-  if (out->is_open()) *out << text;
-  out->close();
-  delete out;
-  unlink(path.c_str());
-  rootJson["test_attributes"][name] = text;
-}
-
 namespace {
 
 // Whether `t` is a local time at all; beyond the calendar's range the text

@@ -48,7 +48,6 @@ class CUUT {
   std::string getPath();
   bool isUIDValid();
   void createTimestampFile(int s);  // -1: the current state
-  void createTimestampFileSpecific(long t, std::string name);
   bool createSpecificStartTime(long t);
   bool createSpecificStopTime(long t);
 

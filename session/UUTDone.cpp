@@ -318,8 +318,6 @@ CBKReply* CUUT::done() {
     stream << text;
   }
 
-  CResultBrick::resetFileCounter();
-
   {
     MutexGuard responseLock(&mutex1);
     std::string responsePath = std::string(tempFilesPath) + UID;

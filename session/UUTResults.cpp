@@ -106,7 +106,6 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
     default:
       break;
   }
-  CResultBrick::incrementFileCounter();
   int index = submittedIndex(testSpec.getPriority());
   if (index >= 0) incrementSubmittedCount(static_cast<unsigned>(index));
 
