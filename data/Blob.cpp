@@ -43,7 +43,7 @@ void bkBlobFailure(CBKReply* reply, unsigned message, const std::string& text, c
 }
 
 std::string CBlob::extensionOf(const std::string& path) {
-  // Taken from the whole path, as the forwarding side has always named blobs.
+  // Taken from the whole path: the forwarding agent names blob files by it.
   size_t period = path.rfind('.');
   return period == std::string::npos ? std::string() : path.substr(period);
 }

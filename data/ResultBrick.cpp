@@ -148,8 +148,8 @@ CBKReply* CResultBrick::create(Json::Value& root, std::map<std::string, double>&
     delete e;
   } catch (...) {
     // A verdict that is no verdict lands here.  The status is overwritten
-    // with a success below while the text stays: stations have always been
-    // answered that way, and the record is not in the document.
+    // with a success below while the text stays: stations read the text, not
+    // the status, to learn that the record was dropped.
     reply->setData("CResultBrick::create caught an exception!");
     reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR("CResultBrick::create caught an exception!");

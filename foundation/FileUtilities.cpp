@@ -106,9 +106,14 @@ bool Util_fileCopy(const char* source, const char* destination, bool overwrite) 
   return true;
 }
 
+// The session field of the rename and copy lines.  Log readers align these
+// columns: keep the widths (24 and 23 characters).  Plain arrays, since the
+// log rotation at library load may run before any constructor here.
+constexpr const char kRenameLogBlank[] = "        -        .      ";
+constexpr const char kCopyLogBlank[] = "        -       .      ";
+
 bool Util_fileRename(const char* source, const char* destination) {
-  static const std::string kWideBlank = "        -        .      ";
-  BK_LOG(kWideBlank, "'" << source << "' to '" << destination << "'");
+  BK_LOG(kRenameLogBlank, "'" << source << "' to '" << destination << "'");
   int retries = 0;
   for (;;) {
     try {
@@ -116,19 +121,18 @@ bool Util_fileRename(const char* source, const char* destination) {
       return true;
     } catch (const char*) {
       if (retries <= 2) {
-        BK_LOG(kWideBlank, "retrying, in case of temporary file-busy error!");
+        BK_LOG(kRenameLogBlank, "retrying, in case of temporary file-busy error!");
         retries++;
         Util_sleep(500);
         continue;
       }
-      BK_LOG(kWideBlank, "caught filesystem error");
+      BK_LOG(kRenameLogBlank, "caught filesystem error");
       throw "Can not rename the file after 3 tries";
     }
   }
 }
 
 bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite) {
-  static const std::string kWideBlank = "        -       .      ";
   if (source[0] == '\0' || destination[0] == '\0') return false;
   if (strcmp(source, destination) == 0) return false;
   if (!Util_fileExists(source)) return false;
@@ -153,7 +157,7 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
               whole;
     }
   }
-  if (closedir(dir) != 0) BK_LOG(kWideBlank, "Error with closedir");
+  if (closedir(dir) != 0) BK_LOG(kCopyLogBlank, "Error with closedir");
   return whole;
 }
 

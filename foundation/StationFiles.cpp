@@ -42,8 +42,8 @@ bool CBKJsonStationFile::findValueFor(const std::string& section, const std::str
   if (!root.isObject() && !root.isNull()) return false;
   const Json::Value* owner = &root;
   if (!section.empty()) {
-    // Adding the missing section as a null member is what readers have always
-    // seen; it changes no answer.
+    // The missing section is added as a null member, which changes no answer:
+    // getText() readers compare the file's text, not this tree.
     owner = &root[section];
     if (!owner->isObject()) return false;
   }

@@ -49,9 +49,9 @@ const AmIOkayCheck kOutOfProcess = {
 bool isActive(const char* policyKey) { return readLifelineEntry(policyKey).active(); }
 
 // The short text of a server's out-of-process answer: what follows the
-// phrase, up to the last comma.  The phrase is looked for the way agents and
-// servers have always agreed on: the underscore form only when the blank
-// form opens the text, and a miss (-1) skips the first 18 characters.
+// phrase, up to the last comma.  The phrase is looked for as the servers
+// write it: the underscore form only when the blank form opens the text, and
+// a miss (-1) skips the first 18 characters.
 std::string trimOutOfProcessAnswer(const std::string& answer) {
   const int32_t phraseLength = 19;
   int32_t position = static_cast<int32_t>(answer.find("UNIT OUT OF PROCESS"));

@@ -201,8 +201,8 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
       }
       long size = Util_fileSize(finalFile.c_str());
       if (size > limit) {
-        // The number in brackets has never meant anything; the servers'
-        // parsers expect one there.
+        // The number in brackets carries no meaning; the servers' parsers
+        // expect one there.
         std::ostringstream text;
         text << "BlobFile [" << static_cast<const void*>(&text) << "] File size [" << size
              << "] exceeded blob size limit[" << limit << "]";

@@ -75,8 +75,8 @@ const HealthRow kHealthRows[] = {
 
 }  // namespace
 
-// The station checks of done, steps 3 to 8; split out so that one handler
-// covers them all.
+// The station checks of done: signature, expiry, health.  One handler covers
+// them all, so a check that throws still lets done move the directory on.
 static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& stream) {
   const std::string& UID = uut->UID;
   if (!uut->stopTimeSet) uut->createTimestampFile(UUT_STATE_DONE);
@@ -166,9 +166,9 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
   }
 }
 
-// The server's words out of an out-of-process line.  The cut keeps its
-// historic offsets; a line too short for them gives an empty text instead of
-// an exception out of done.
+// The server's words out of an out-of-process line.  The offsets are the ones
+// the servers' parsers expect; a line too short for them gives an empty text
+// instead of an exception out of done.
 static std::string cutOutOfProcessText(std::string line) {
   long p = static_cast<long>(line.find("Response=0 SFC_OK"));
   if (line.find("Response=0 SFC_OK") == std::string::npos) p = -1;

@@ -81,7 +81,7 @@ CBKReply* CUUT::addModuleHistory(const char* moduleSN, const char* vendorCode, c
 CBKReply* CUUT::sendStationFailureReport(const char* step, const char* reason) {
   CBKReply* reply = new CBKReply();
   if (state != UUT_STATE_OPEN && state != UUT_STATE_DID) {
-    // The message number is the one stations have always been given here.
+    // Stations test for this message number here, odd as it is.
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SW_VERSION,
                   "The UUT object state was not valid for this transition type. state '" +
                       stateNameOf(state) + "'");

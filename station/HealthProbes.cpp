@@ -35,8 +35,8 @@ void fillPass(BKReplyHandle reply) {
   if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(bkBuildStatus(BK_PASS, 0, 0));
 }
 
-// Seconds from `then` to `now`, wrapped to 32 bits as the agents' readers
-// have always taken it.
+// Seconds from `then` to `now`, wrapped to 32 bits: the health agent writes
+// 32-bit stamps and its readers compare them so.
 int32_t elapsed32(int64_t now, int64_t then) {
   return static_cast<int32_t>(static_cast<uint32_t>(now) - static_cast<uint32_t>(then));
 }

@@ -28,8 +28,8 @@ bool passPlaceholder(const std::string& uid, CBKReply* reply) {
 }
 
 // "3.0.0.0" -> 3000000: dots become zeros and the text is padded to six
-// digits.  Agents have always compared versions this way, so "3.1" (301000)
-// ranks below "3.0.0.0"; it stays.
+// digits.  The forwarding agent compares versions this way, so "3.1"
+// (301000) ranks below "3.0.0.0".
 int versionNumber(std::string version) {
   for (char& c : version) {
     if (c == '.') c = '0';
