@@ -2,6 +2,7 @@
 
 #include <json/json.h>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 
@@ -44,27 +45,21 @@ const char* bkMessageName(unsigned message) {
 // The signature message can never be switched off or made passive.
 static const unsigned kSignatureMessage = BK_MSG_ERROR_INVALID_SIGNATURE;
 
-// The integers 0 and 1 are policy entries, and so is a value that is there
-// but no integer, which reads as ACTIVE.  A missing key or any other integer
-// means OFF.
-static bool isPolicyEntry(const LifelineEntry& entry) { return entry.is(0) || entry.active(); }
-
 namespace statusword {
 
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
-  return !isPolicyEntry(readLifelineEntry(bkMessageName(message)));
+  return FailPolicy::switchesOff(bkMessageName(message));
 }
 
 bool BK_isLifelineClassOFF(unsigned msgClass, unsigned) {
-  return !isPolicyEntry(readLifelineEntry(bkClassName(msgClass)));
+  return FailPolicy::switchesOff(bkClassName(msgClass));
 }
 
 bool BK_isFailPassive(unsigned msgClass, unsigned message) {
   if (message == kSignatureMessage) return false;
   const char* messageName = bkMessageName(message);
-  const LifelineEntry byIDEntry = readLifelineEntry(messageName);
-  const bool byIDActive = byIDEntry.active();
+  const bool byIDActive = FailPolicy::activeWhenOne(messageName);
   bool byID = false;
   if (!BK_isLifelineMessageOFF(msgClass, message)) {
     byID = true;
@@ -78,7 +73,7 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
     // Indexed by the class value itself, not by its bit position.  Read as a
     // boolean: only an integer 0 is PASSIVE; a missing entry counts as true.
     const char* className = msgClass < 33 ? BKMessageClassNames[msgClass] : "";
-    byClassActive = !readLifelineEntry(className).is(0);
+    byClassActive = !FailPolicy::classPassive(className);
     BK_LOG(kBlankUID, "lifeline by class => name: '" << className << "'  state: '"
                                                      << (byClassActive ? "ACTIVE" : "PASSIVE")
                                                      << "'");

@@ -12,6 +12,7 @@
 
 #include <exception>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
 #include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
@@ -181,8 +182,7 @@ bool validateSerialNumber(const std::string& UID, CBKReply* reply,
 // The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
 // so is an entry that is no integer.  A missing entry means PASSIVE.
 bool serialNumberPolicyActive() {
-  const LifelineEntry entry = readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
-  return entry.integer ? entry.value != 0 : entry.unreadable();
+  return FailPolicy::activeWhenNonZero("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
 }
 
 }  // namespace identity

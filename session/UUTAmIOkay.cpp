@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 #include "foundation/StatusWord.h"
@@ -46,7 +47,7 @@ const AmIOkayCheck kOutOfProcess = {
 // ACTIVE for the integer 1 and for an entry that is no integer; a missing
 // key or another integer is PASSIVE.  This reads the message key alone,
 // unlike the status policy.
-bool isActive(const char* policyKey) { return readLifelineEntry(policyKey).active(); }
+bool isActive(const char* policyKey) { return FailPolicy::activeWhenOne(policyKey); }
 
 // The short text of a server's out-of-process answer: what follows the
 // phrase, up to the last comma.  The phrase is looked for as the servers

@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/FailReply.h"
 #include "foundation/Log.h"
 #include "foundation/StationFeatures.h"
@@ -48,7 +49,7 @@ std::string asText(const Json::Value& value) {
 // ACTIVE for the integer 1 and for an entry that is no integer; a missing
 // key or another integer is PASSIVE.
 bool serialNumberPolicyIsActive() {
-  return readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER").active();
+  return FailPolicy::activeWhenOne("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
 }
 
 std::string upperCase(std::string text) {

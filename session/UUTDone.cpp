@@ -12,6 +12,7 @@
 
 #include "data/ResultBrick.h"
 #include "foundation/Constants.h"
+#include "foundation/FailPolicy.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
@@ -47,7 +48,7 @@ std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData()
 // except that a missing entry or a text counts as "not 1" (PASSIVE) instead of
 // throwing out of done: the station's session must still reach UID.did.
 // An entry that is there but cannot be read never softens a fault: ACTIVE.
-bool lifelineIsActive(const char* key) { return readLifelineEntry(key).active(); }
+bool lifelineIsActive(const char* key) { return FailPolicy::activeWhenOne(key); }
 
 struct HealthRow {
   bool (*check)(const std::string& uid, CBKReply* reply);
