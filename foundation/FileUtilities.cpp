@@ -15,10 +15,6 @@
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
 
-#ifndef BK_PASSPHRASE_TABLE_SIZE
-#define BK_PASSPHRASE_TABLE_SIZE 4096
-#endif
-
 long Util_fileSize(const char* path) {
   std::ifstream in(path, std::ios::binary | std::ios::ate);
   if (!in.is_open()) return 0;
@@ -159,17 +155,4 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
   }
   if (closedir(dir) != 0) BK_LOG(kCopyLogBlank, "Error with closedir");
   return whole;
-}
-
-// The pass phrase is derived at run time from a table whose size belongs to
-// the deployment (set at build time), so that no stored value gives it away.
-int Util_getNumber() {
-  std::vector<int> table(BK_PASSPHRASE_TABLE_SIZE);
-  for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<int>(i);
-  for (size_t low = 0, high = table.size(); low + 1 < high; ++low, --high) {
-    std::swap(table[low], table[high - 1]);
-  }
-  int sum = 0;
-  for (int value : table) sum += value;
-  return sum;
 }

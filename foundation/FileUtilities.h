@@ -16,7 +16,5 @@ bool Util_fileRename(const char* source, const char* destination);
 // Copies a tree of regular files; links and other kinds are skipped.  False
 // when any file or directory could not be copied; the rest is still copied.
 bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite);
-// The number the results key's pass phrase is derived from.
-int Util_getNumber();
 
 #endif  // BRAMBLEKIT_FOUNDATION_FILEUTILITIES_H_

@@ -7,6 +7,7 @@
 #include "foundation/Mutexes.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
+#include "foundation/VersionFile.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
 

@@ -169,9 +169,6 @@ class CUUT {
   std::map<std::string, double> parametricKeys;
 };
 
-// Writes the library's version to /tmp/bk_version for the forwarding agent.
-void writeBramblekitVersionToFile();
-
 // The session's UID for log lines, or the blank field without a session.
 std::string bkUIDOf(const void* handle);
 

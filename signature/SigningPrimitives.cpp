@@ -17,10 +17,10 @@
 #include <memory>
 #include <vector>
 
-#include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
 #include "signature/EmbeddedKeys.h"
+#include "signature/PassPhrase.h"
 #include "signature/OpensslHandles.h"
 
 namespace {
