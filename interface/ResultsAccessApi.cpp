@@ -17,4 +17,3 @@ BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
 BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
   return bkGuard(__func__, [&] { return unguarded::BK_getJsonResultsObj(bkLiveSession(handle)); });
 }
-

@@ -5,9 +5,9 @@
 #include "foundation/FileBasics.h"
 #include "foundation/LogHousekeeping.h"
 #include "foundation/Mutexes.h"
+#include "foundation/VersionFile.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
-#include "foundation/VersionFile.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
 

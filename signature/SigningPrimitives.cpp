@@ -20,8 +20,8 @@
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
 #include "signature/EmbeddedKeys.h"
-#include "signature/PassPhrase.h"
 #include "signature/OpensslHandles.h"
+#include "signature/PassPhrase.h"
 
 namespace {
 
