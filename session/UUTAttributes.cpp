@@ -11,8 +11,6 @@
 #include "foundation/Log.h"
 #include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
-#include "foundation/TextScanners.h"
-#include "identity/ScanReply.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
 
@@ -69,19 +67,6 @@ bool CUUT::getAttribute(const std::string& name, std::string* value) {
   bool found = text != "NOTFOUND";
   if (value != nullptr) *value = found ? text : "";
   return found;
-}
-
-bool CUUT::validateDevAttribute(void* passedInReply, std::string value) {
-  if (passedInReply == nullptr) {
-    // Like the version check: the guard answers true on a reply nobody sees.
-    CBKReply own;
-    bkRejectNullArgument(&own, "passedInReply", __FILE__, __LINE__, __FUNCTION__);
-    return true;
-  }
-  bool good = bkAnswerScan(static_cast<CBKReply*>(passedInReply), verifyChunkIsAscii, value,
-                           BK_MSG_ERROR_INVALID_ATTRIBUTE, __FUNCTION__);
-  BK_LOG(UID, "Developer added attribute :" << value);
-  return good;
 }
 
 CBKReply* CUUT::createAttribute(std::string name, std::string value) {

@@ -2,6 +2,7 @@
 // failure an invalid serial number leaves.
 #include "foundation/FailReply.h"
 #include "foundation/Log.h"
+#include "identity/DevAttributeValidation.h"
 #include "identity/SerialNumberValidation.h"
 #include "identity/VersionValidation.h"
 #include "session/UUT.h"
@@ -45,4 +46,14 @@ bool CUUT::validateVersion(void* passedInReply, std::string version) {
     return true;
   }
   return identity::validateVersion(UID, static_cast<CBKReply*>(passedInReply), version);
+}
+
+bool CUUT::validateDevAttribute(void* passedInReply, std::string value) {
+  if (passedInReply == nullptr) {
+    // Like the version check: the guard answers true on a reply nobody sees.
+    CBKReply own;
+    bkRejectNullArgument(&own, "passedInReply", __FILE__, __LINE__, __FUNCTION__);
+    return true;
+  }
+  return identity::validateDevAttribute(UID, static_cast<CBKReply*>(passedInReply), value);
 }
