@@ -6,10 +6,10 @@
 #include <sstream>
 
 #include "foundation/Constants.h"
+#include "foundation/FailReply.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
-#include "identity/Exceptions.h"
-#include "interface/EntryFrame.h"
+#include "foundation/TextError.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ std::string blobDirectoryOf(const std::string& base) {
 
 CBKReply* passReply() {
   CBKReply* reply = new CBKReply();
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
@@ -43,7 +43,7 @@ void bkBlobFailure(CBKReply* reply, unsigned message, const std::string& text, c
 }
 
 std::string CBlob::extensionOf(const std::string& path) {
-  // Taken from the whole path, as the forwarding side has always named blobs.
+  // Taken from the whole path: the forwarding agent names blob files by it.
   size_t period = path.rfind('.');
   return period == std::string::npos ? std::string() : path.substr(period);
 }
@@ -54,7 +54,7 @@ CBKReply* CBlob::createDirs(const std::string& directory) {
   // so the disk is asked whether the directory is there now.
   Util_createDirectories(directory.c_str());
   if (Util_directoryExists(directory.c_str())) {
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } else {
     BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, "Can not create blob directory");
   }
@@ -76,7 +76,7 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob dirs");
       CBKReply* made = createDirs(directory);
-      if (!BK_success(made)) {
+      if (!made->succeeded()) {
         delete reply;
         return made;
       }
@@ -85,7 +85,7 @@ CBKReply* CBlob::copy(const std::string& base, const std::string& safeName,
     target = directory + safeName + extensionOf(source);
     BK_LOG(kBlankUID, "Copying from '" << source << "' to '" << target << "'");
     if (Util_fileCopy(source.c_str(), target.c_str(), true)) {
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       return reply;
     }
     BK_BLOB_FAILURE(reply, BK_MSG_ERROR_FILESYSTEM, missing);
@@ -110,7 +110,7 @@ CBKReply* CBlob::copyFromMemory(const std::string& base, const std::string& safe
     if (!Util_directoryExists(directory.c_str())) {
       BK_LOG(kBlankUID, "Creating blob data dirs");
       CBKReply* made = createDirs(directory);
-      if (!BK_success(made)) return made;
+      if (!made->succeeded()) return made;
       delete made;
     }
     // A negative length cannot be written; refused before anything is read

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 class CBlob {
  public:

@@ -4,12 +4,11 @@
 #include <utility>
 
 #include "data/TestRecords.h"
-#include "data/ValueScanners.h"
-#include "identity/Exceptions.h"
-#include "interface/EntryFrame.h"
-#include "session/UUT.h"
-
-std::atomic<uint32_t> CResultBrick::counter{0};
+#include "data/ValueValidators.h"
+#include "foundation/FailReply.h"
+#include "foundation/Log.h"
+#include "foundation/StatusWord.h"
+#include "foundation/TextError.h"
 
 namespace {
 
@@ -61,26 +60,12 @@ bool acceptableNumber(const std::string& text) {
 
 }  // namespace
 
-CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResult) {
+CBKReply* CResultBrick::create(Json::Value& root, std::map<std::string, double>& parametricKeys,
+                               const std::string& uid, const CBKTestSpec& spec,
+                               const CBKTestResult& result) {
   CBKReply* reply = new CBKReply();
-  if (unitHandle == nullptr) {
-    bkRejectNullArgument(reply, "unitHandle", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  if (testSpec == nullptr) {
-    bkRejectNullArgument(reply, "testSpec", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  if (testResult == nullptr) {
-    bkRejectNullArgument(reply, "testResult", __FILE__, __LINE__, __FUNCTION__);
-    return reply;
-  }
-  CUUT* uut = static_cast<CUUT*>(unitHandle);
-  const CBKTestSpec& spec = *static_cast<CBKTestSpec*>(testSpec);
-  const CBKTestResult& result = *static_cast<CBKTestResult*>(testResult);
-
   try {
-    Json::Value& results = uut->getRootJson()[kResults];
+    Json::Value& results = root[kResults];
     Json::Value record(Json::objectValue);
     if (!spec.testNameRef().empty()) record[kTest] = spec.testNameRef();
     if (!spec.subTestNameRef().empty()) record[kSubTest] = spec.subTestNameRef();
@@ -103,7 +88,7 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
         return reply;
       }
       // One search serves both the duplicate test and the insertion.
-      auto& keys = uut->parametricKeys;
+      auto& keys = parametricKeys;
       auto place = keys.lower_bound(key);
       bool used = place != keys.end() && place->first == key;
       // The first record of a session is never a duplicate.
@@ -151,22 +136,22 @@ CBKReply* CResultBrick::create(void* unitHandle, void* testSpec, void* testResul
         record[kResult] = Json::StaticString("NA");
         break;
       default:
-        BK_LOG(uut->getUID(), "create"
-                                  << "Invalid result type: " << result.getResult());
+        BK_LOG(uid, "create"
+                        << "Invalid result type: " << result.getResult());
         throw exception_with_string("Invalid result type");
     }
     results.append(std::move(record));
   } catch (exception_with_string* e) {
     reply->setData(e->getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(e->getErrorMessage());
     delete e;
   } catch (...) {
     // A verdict that is no verdict lands here.  The status is overwritten
-    // with a success below while the text stays: stations have always been
-    // answered that way, and the record is not in the document.
+    // with a success below while the text stays: stations read the text, not
+    // the status, to learn that the record was dropped.
     reply->setData("CResultBrick::create caught an exception!");
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR("CResultBrick::create caught an exception!");
   }
   reply->setStatus(kResultPassStatus);

@@ -4,11 +4,14 @@
 #ifndef BRAMBLEKIT_DATA_RESULTBRICK_H_
 #define BRAMBLEKIT_DATA_RESULTBRICK_H_
 
+#include <json/json.h>
 #include <stdint.h>
 
-#include <atomic>
+#include <map>
+#include <string>
 
-#include "interface/Reply.h"
+#include "data/TestRecords.h"
+#include "foundation/Reply.h"
 
 class CResultBrick {
  public:
@@ -16,17 +19,11 @@ class CResultBrick {
 
   // Checks and appends one record; always returns a new reply, the caller's.
   // The record is in the document exactly when the reply says success
-  // without a text.
-  static CBKReply* create(void* unitHandle, void* testSpec, void* testResult);
-
-  // A process-wide count of the results that passed the session's count
-  // limit, read by the attribute records.
-  static uint32_t getFileCounter() { return counter.load(); }
-  static void incrementFileCounter() { counter.fetch_add(1); }
-  static void resetFileCounter() { counter.store(0); }
-
- private:
-  static std::atomic<uint32_t> counter;
+  // without a text.  `root` is the session's document, `parametricKeys` its
+  // keys so far, `uid` names the session in the log.
+  static CBKReply* create(Json::Value& root, std::map<std::string, double>& parametricKeys,
+                          const std::string& uid, const CBKTestSpec& spec,
+                          const CBKTestResult& result);
 };
 
 // What BK_buildStatus(BK_PASS, 0, 0) gives: a pass of class 0 and message 0

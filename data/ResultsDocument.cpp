@@ -7,7 +7,7 @@
 #include <sstream>
 #include <string>
 
-#include "data/ValueScanners.h"
+#include "data/ValueValidators.h"
 #include "foundation/Constants.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"

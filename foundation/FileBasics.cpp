@@ -57,8 +57,8 @@ static bool makeIfMissing(const std::string& path) {
 }
 
 bool Util_createDirectories(const char* path) {
-  // Paths of 256 characters or more were never supported: only the first 255
-  // are looked at.
+  // Only the first 255 characters are looked at: the forwarding agent's paths
+  // stay below that.
   std::string buffer(path);
   if (buffer.size() > 255) buffer.resize(255);
   if (!buffer.empty() && buffer.back() == '/') buffer.pop_back();

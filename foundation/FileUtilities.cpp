@@ -6,7 +6,6 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,10 +14,6 @@
 
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
-
-#ifndef BK_PASSPHRASE_TABLE_SIZE
-#define BK_PASSPHRASE_TABLE_SIZE 4096
-#endif
 
 long Util_fileSize(const char* path) {
   std::ifstream in(path, std::ios::binary | std::ios::ate);
@@ -123,9 +118,14 @@ bool Util_fileHoldsExactly(const char* path, const std::string& bytes) {
   return same;
 }
 
+// The session field of the rename and copy lines.  Log readers align these
+// columns: keep the widths (24 and 23 characters).  Plain arrays, since the
+// log rotation at library load may run before any constructor here.
+constexpr const char kRenameLogBlank[] = "        -        .      ";
+constexpr const char kCopyLogBlank[] = "        -       .      ";
+
 bool Util_fileRename(const char* source, const char* destination) {
-  static const std::string kWideBlank = "        -        .      ";
-  BK_LOG(kWideBlank, "'" << source << "' to '" << destination << "'");
+  BK_LOG(kRenameLogBlank, "'" << source << "' to '" << destination << "'");
   int retries = 0;
   for (;;) {
     try {
@@ -133,19 +133,18 @@ bool Util_fileRename(const char* source, const char* destination) {
       return true;
     } catch (const char*) {
       if (retries <= 2) {
-        BK_LOG(kWideBlank, "retrying, in case of temporary file-busy error!");
+        BK_LOG(kRenameLogBlank, "retrying, in case of temporary file-busy error!");
         retries++;
         Util_sleep(500);
         continue;
       }
-      BK_LOG(kWideBlank, "caught filesystem error");
+      BK_LOG(kRenameLogBlank, "caught filesystem error");
       throw "Can not rename the file after 3 tries";
     }
   }
 }
 
 bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite) {
-  static const std::string kWideBlank = "        -       .      ";
   if (source[0] == '\0' || destination[0] == '\0') return false;
   if (strcmp(source, destination) == 0) return false;
   if (!Util_fileExists(source)) return false;
@@ -170,46 +169,6 @@ bool Util_directoryCopyRecursive(const char* source, const char* destination, bo
               whole;
     }
   }
-  if (closedir(dir) != 0) BK_LOG(kWideBlank, "Error with closedir");
+  if (closedir(dir) != 0) BK_LOG(kCopyLogBlank, "Error with closedir");
   return whole;
-}
-
-char* Util_replaceCharString(char** target, const char* source, unsigned long length) {
-  if (*target != nullptr && (*target)[0] != '\0') {
-    delete[] * target;
-    *target = nullptr;
-  }
-  if (length != 0) {
-    // An empty text that stayed above is replaced here; it is released first
-    // so that nothing leaks.
-    delete[] * target;
-    *target = new char[length + 1];
-    memset(*target, 0, length + 1);
-    strncpy(*target, source, length);
-  }
-  return *target;
-}
-
-char* g_get_free_space(char* path) {
-  struct statvfs info;
-  if (statvfs(path, &info) != 0) return nullptr;
-  unsigned long long bytes =
-      static_cast<unsigned long long>(info.f_bsize) * static_cast<unsigned long long>(info.f_bfree);
-  if (bytes == 0) return nullptr;
-  char text[64];
-  snprintf(text, sizeof(text), "%.2f Mb", static_cast<double>(bytes) / 1048576.0);
-  return strdup(text);
-}
-
-// The pass phrase is derived at run time from a table whose size belongs to
-// the deployment (set at build time), so that no stored value gives it away.
-int Util_getNumber() {
-  std::vector<int> table(BK_PASSPHRASE_TABLE_SIZE);
-  for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<int>(i);
-  for (size_t low = 0, high = table.size(); low + 1 < high; ++low, --high) {
-    std::swap(table[low], table[high - 1]);
-  }
-  int sum = 0;
-  for (int value : table) sum += value;
-  return sum;
 }

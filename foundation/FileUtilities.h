@@ -20,11 +20,5 @@ bool Util_fileRename(const char* source, const char* destination);
 // Copies a tree of regular files; links and other kinds are skipped.  False
 // when any file or directory could not be copied; the rest is still copied.
 bool Util_directoryCopyRecursive(const char* source, const char* destination, bool overwrite);
-// Replaces a heap text by a copy of at most `length` bytes of `source`.
-char* Util_replaceCharString(char** target, const char* source, unsigned long length);
-// Free space of the path's file system as "%.2f Mb", or NULL; the caller frees.
-char* g_get_free_space(char* path);
-// The number the results key's pass phrase is derived from.
-int Util_getNumber();
 
 #endif  // BRAMBLEKIT_FOUNDATION_FILEUTILITIES_H_

@@ -71,6 +71,10 @@ class BKLogBatch {
     bkLogSessionLine((uid), __FUNCTION__, bk_log_text_.str()); \
   } while (0)
 
+// The entry and exit lines of a function that stations see by name.
+#define BK_LOG_ENTRY(uid) BK_LOG((uid), "Entering " << __FUNCTION__)
+#define BK_LOG_EXIT(uid) BK_LOG((uid), "Exiting " << __FUNCTION__)
+
 #define BK_LOG_ERROR(expr)                                                \
   do {                                                                    \
     std::ostringstream bk_log_text_;                                      \

@@ -5,25 +5,14 @@
 
 #include <pthread.h>
 
-extern pthread_mutex_t mutex1;     // the unit check's response file against CUUT::done
-extern pthread_mutex_t mutexSig;   // signing and digest state
-extern pthread_mutex_t mutexSHA1;  // reserved
-extern pthread_mutex_t mutexInit;  // reserved
+extern pthread_mutex_t mutex1;    // the unit check's response file against CUUT::done
+extern pthread_mutex_t mutexSig;  // signing and digest state
 extern pthread_mutex_t mutex_lock_configfile;
 extern pthread_mutex_t mutex_lock_timeofday;
 extern pthread_mutex_t mutex_lock_rotate;
 
-int MUTEX_INIT(pthread_mutex_t* mutex);
 int MUTEX_LOCK(pthread_mutex_t* mutex);
 int MUTEX_UNLOCK(pthread_mutex_t* mutex);
-// One-time set-up of the three dynamically initialised locks; run by the
-// first BK_UUTStart.
-int MUTEX_THREAD_INIT();
-
-void mutex_init_cbkconfigfile();
-void mutex_init_timeofday();
-void mutex_init_rotatelogs();
-
 // Holds a lock for a scope.
 class MutexGuard {
  public:

@@ -12,45 +12,8 @@
 #include "foundation/Mutexes.h"
 #include "foundation/StrictJson.h"
 
-CBKConfigFile::CBKConfigFile(const std::string& filePath)
-    : path(filePath), values(nullptr), loaded(false) {}
-
-CBKConfigFile::~CBKConfigFile() { delete values; }
-
-int CBKConfigFile::refresh() {
-  MutexGuard guard(&mutex_lock_configfile);
-  loaded = true;
-  BK_LOG(kBlankUID, "refreshing config file at \"" << path << "\"");
-  if (!Util_fileExists(path.c_str())) return 0;
-  delete values;
-  values = new std::map<std::string, std::string>();
-  std::ifstream in(path.c_str());
-  std::string line;
-  while (std::getline(in, line)) {
-    if (line.empty() || line[0] == '#') continue;
-    size_t colon = line.find(':');
-    if (colon == std::string::npos) continue;
-    // emplace keeps the first value of a repeated key.
-    values->emplace(line.substr(0, colon), line.substr(colon + 1));
-  }
-  return 1;
-}
-
-std::string CBKConfigFile::getValueFor(const std::string& key) {
-  MutexGuard guard(&mutex_lock_configfile);
-  if (values == nullptr) return "";
-  auto found = values->find(key);
-  return found == values->end() ? "" : found->second;
-}
-
 CBKJsonStationFile::CBKJsonStationFile(const std::string& filePath, const Texts& texts)
-    : CBKConfigFile(filePath), texts_(texts), modificationTime(0) {
-  try {
-    modificationTime = Util_fileModificationTime(filePath.c_str());
-  } catch (const std::exception& e) {
-    std::cout << texts_.className << "caught filesystem exception: " << e.what() << std::endl;
-  }
-}
+    : path(filePath), texts_(texts) {}
 
 void CBKJsonStationFile::refresh() {
   MutexGuard guard(&mutex_lock_configfile);
@@ -66,10 +29,7 @@ void CBKJsonStationFile::refresh() {
   std::string joined = text_;
   joined.erase(std::remove(joined.begin(), joined.end(), '\n'), joined.end());
   StrictJsonProblem problem;
-  if (parseStrictJson(joined, root, problem)) {
-    loaded = true;
-    modificationTime = Util_fileModificationTime(path.c_str());
-  } else {
+  if (!parseStrictJson(joined, root, problem)) {
     std::cout << texts_.parseFailed << problem.describe() << std::endl;
   }
 }
@@ -82,8 +42,8 @@ bool CBKJsonStationFile::findValueFor(const std::string& section, const std::str
   if (!root.isObject() && !root.isNull()) return false;
   const Json::Value* owner = &root;
   if (!section.empty()) {
-    // Adding the missing section as a null member is what readers have always
-    // seen; it changes no answer.
+    // The missing section is added as a null member, which changes no answer:
+    // getText() readers compare the file's text, not this tree.
     owner = &root[section];
     if (!owner->isObject()) return false;
   }
@@ -108,16 +68,6 @@ std::string CBKJsonStationFile::getTextFor(const std::string& section, const std
 std::string CBKJsonStationFile::getText() {
   MutexGuard guard(&mutex_lock_configfile);
   return text_;
-}
-
-time_t CBKJsonStationFile::getModificationTime() {
-  MutexGuard guard(&mutex_lock_configfile);
-  return modificationTime;
-}
-
-bool CBKJsonStationFile::isLoaded() {
-  MutexGuard guard(&mutex_lock_configfile);
-  return loaded;
 }
 
 CBKKSInfo::CBKKSInfo(const std::string& filePath)

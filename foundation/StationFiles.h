@@ -9,29 +9,13 @@
 #include <map>
 #include <string>
 
-// A file of "key:value" text lines.  The two JSON views derive from it.
-class CBKConfigFile {
- public:
-  explicit CBKConfigFile(const std::string& path);
-  virtual ~CBKConfigFile();
-  CBKConfigFile(const CBKConfigFile&) = delete;
-  CBKConfigFile& operator=(const CBKConfigFile&) = delete;
-
-  // 1 when the file was read, 0 when it does not exist.
-  int refresh();
-  // The text for key; empty when absent.
-  std::string getValueFor(const std::string& key);
-
- protected:
-  std::string path;
-  std::map<std::string, std::string>* values;
-  bool loaded;
-};
-
 // The JSON views: a missing key (or section) reads as the string "NOTFOUND".
-class CBKJsonStationFile : public CBKConfigFile {
+class CBKJsonStationFile {
  public:
-  using CBKConfigFile::getValueFor;
+  virtual ~CBKJsonStationFile() = default;
+  CBKJsonStationFile(const CBKJsonStationFile&) = delete;
+  CBKJsonStationFile& operator=(const CBKJsonStationFile&) = delete;
+
   struct Texts {
     const char* className;
     const char* missing;
@@ -54,15 +38,13 @@ class CBKJsonStationFile : public CBKConfigFile {
   std::string getTextFor(const std::string& section, const std::string& key);
   // The whole text that the values in use were parsed from.
   std::string getText();
-  time_t getModificationTime();
-  bool isLoaded();
 
  protected:
   CBKJsonStationFile(const std::string& path, const Texts& texts);
 
  private:
+  std::string path;
   Texts texts_;
-  time_t modificationTime;
   Json::Value root;
   std::string text_;
 };

@@ -14,9 +14,9 @@
 #include <fstream>
 #include <string>
 
-#include "identity/TextScanners.h"
+#include "foundation/Reply.h"
+#include "foundation/TextScanners.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
 #include "session/UUT.h"
 
 namespace {

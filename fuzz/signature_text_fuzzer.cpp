@@ -15,9 +15,9 @@
 
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
 #include "signature/RawTextCutters.h"
 #include "signature/SignedTexts.h"
 #include "signature/StationInfoSignature.h"

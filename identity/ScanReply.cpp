@@ -1,7 +1,7 @@
 #include "identity/ScanReply.h"
 
-#include "identity/Exceptions.h"
-#include "interface/EntryFrame.h"
+#include "foundation/FailReply.h"
+#include "foundation/TextError.h"
 
 bool bkAnswerScan(CBKReply* reply, BKTextScanner scan, const std::string& text, unsigned failure,
                   const char* function) {
@@ -9,12 +9,12 @@ bool bkAnswerScan(CBKReply* reply, BKTextScanner scan, const std::string& text, 
     // An empty text scans from 0 to the largest position and stops at the
     // terminating NUL: it fails at the first position.
     scan(text, 0, text.length() - 1);
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     return true;
   } catch (exception_with_string* e) {
     // The scanners throw the serial-number family; all share this base.
     reply->setData(e->getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, failure));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, failure));
     delete e;
   } catch (...) {
     bkFailReply(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
-// One of the scanners of identity/TextScanners.h.
+// One of the scanners of foundation/TextScanners.h.
 using BKTextScanner = void (*)(std::string text, unsigned long first, unsigned long last);
 
 // Scans the whole of `text` and answers `reply`: a pass, the scanner's own

@@ -1,23 +1,24 @@
-// CUUT::validateSerialNumber: whether a text is a serial number of one of the
-// six layouts, and the fail policy for one that is not.  The test is purely
-// syntactic; no server is asked.
+// Whether a text is a serial number of one of the six layouts, and the fail
+// policy for one that is not.  The test is purely syntactic; no server is
+// asked.
 //
 // The year, week and day rules test what atoi makes of the field, not that
 // it holds digits: the servers accept exactly what these rules accept, so a
 // week "7X" passes as 7 and a letter in a year field passes as 0.
+#include "identity/SerialNumberValidation.h"
+
 #include <stdlib.h>
 #include <string.h>
 
 #include <exception>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
-#include "identity/Exceptions.h"
-#include "identity/TextScanners.h"
-#include "interface/EntryFrame.h"
-#include "interface/Reply.h"
-#include "interface/Status.h"
-#include "session/UUT.h"
+#include "foundation/StatusWord.h"
+#include "foundation/TextError.h"
+#include "foundation/TextScanners.h"
 
 namespace {
 
@@ -60,8 +61,7 @@ void checkOldFamily(const std::string& sn) {
 }
 
 // Lengths 12, 16 and 17.
-void checkNewFamily(CUUT* uut, const std::string& sn) {
-  const std::string& UID = uut->UID;
+void checkNewFamily(const std::string& UID, const std::string& sn) {
   for (size_t i = 0; i < 3; ++i) requireAlnum(sn, i, kPlantTexts[i]);
   logLine(UID, "After first 3: ");
   if (sn.length() == 12) {
@@ -87,7 +87,7 @@ void checkNewFamily(CUUT* uut, const std::string& sn) {
   verifyChunkIsAlphaNumeric(sn, 15, 15);
   if (sn.length() == 17) {
     verifyChunkIsAlphaNumeric(sn, 16, 16);
-    if (!uut->ValidateSerialNumberChecksum(sn)) {
+    if (!identity::ValidateSerialNumberChecksum(sn)) {
       throw new BK_SNException_badChecksum("Bad Checksum for the serial number");
     }
   }
@@ -99,21 +99,16 @@ void reportSerialNumberError(const std::string& uid, CBKReply* reply, exception_
   std::string text = "Serial Number Error: " + e->getErrorMessage() + " [ " + sn + " ]";
   reply->setData(text);
   reply->setStatus(
-      BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
+      bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
   logLine(uid, text);
   delete e;
 }
 
-// The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
-// so is an entry that is no integer.  A missing entry means PASSIVE.
-bool serialNumberPolicyActive() {
-  const LifelineEntry entry = readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
-  return entry.integer ? entry.value != 0 : entry.unreadable();
-}
-
 }  // namespace
 
-bool CUUT::ValidateSerialNumberChecksum(std::string serialNumber) {
+namespace identity {
+
+bool ValidateSerialNumberChecksum(const std::string& serialNumber) {
   // I and O are left out: they read too much like 1 and 0.
   static const char digits[] = "0123456789ABCDEFGHJKLMNPQRSTUVWXYZ";
   const int modulus = 34;
@@ -130,15 +125,8 @@ bool CUUT::ValidateSerialNumberChecksum(std::string serialNumber) {
   return sum % modulus == 0;
 }
 
-bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
-  if (apoReply == nullptr) {
-    // A guard only: both callers pass a reply.  The one built here reaches
-    // nobody, and the number counts as good.
-    CBKReply orphan;
-    bkRejectNullArgument(&orphan, "apoReply", __FILE__, __LINE__, __FUNCTION__);
-    return true;
-  }
-  CBKReply* reply = static_cast<CBKReply*>(apoReply);
+bool validateSerialNumber(const std::string& UID, CBKReply* reply,
+                          const std::string& serialNumber) {
   const std::string& sn = serialNumber;
   bool invalid = true;
   try {
@@ -151,13 +139,13 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
       checkOldFamily(sn);
     } else if (length == 12) {
       BK_LOG(UID, "New 12 digit FG serial number: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length == 16) {
       BK_LOG(UID, "New 16 digit FG serial number without Checksum: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length == 17) {
       BK_LOG(UID, "SubAssembly 17 digit serial number with Checksum: [" << sn << "]");
-      checkNewFamily(this, sn);
+      checkNewFamily(UID, sn);
     } else if (length > 18) {
       // No upper bound, whatever the texts say: the servers take any length.
       BK_LOG(UID, "(probably) a FULL serial number with MPN and RGN (len <= 19): [" << sn << "]");
@@ -167,7 +155,7 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
           "Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, FULL)");
     }
     invalid = false;
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } catch (BK_SNException_badLength* e) {
     reportSerialNumberError(UID, reply, e, sn);
   } catch (BK_SNException_badFormat* e) {
@@ -178,28 +166,23 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
     std::string text = "Serial Number Error: " + e->getErrorMessage() + " [ " + sn + " ]";
     BK_LOG(UID, text);
     reply->setData(e->getErrorMessage());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     delete e;
   } catch (...) {
     std::string text = std::string(__FUNCTION__) + ": Unhandled exception";
     BK_LOG(UID, text);
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(text);
   }
 
-  if (invalid) {
-    // A PASSIVE policy clears the flag even if an earlier failure had set it.
-    if (serialNumberPolicyActive()) {
-      pendingFailure = true;
-      pendingFailureName = "ACTIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    } else {
-      pendingFailure = false;
-      pendingFailureName = "PASSIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    }
-    BK_LOG(UID, "Invalid Serial number");
-  } else {
-    BK_LOG(UID, "Valid Serial number");
-  }
   return !invalid;
 }
+
+// The policy entry read as a boolean: an integer other than 0 is ACTIVE, and
+// so is an entry that is no integer.  A missing entry means PASSIVE.
+bool serialNumberPolicyActive() {
+  return FailPolicy::activeWhenNonZero("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
+}
+
+}  // namespace identity

@@ -51,7 +51,7 @@ BKReplyHandle BK_addAttribute(UUTHandle handle, const char* name, const char* va
   CBKReply* result = uut->createAttribute(name, value);
   // A fault the policy made passive reaches the station as a plain success;
   // the text still tells what happened.
-  if (BK_success(result)) result->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  if (BK_success(result)) result->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG_EXIT(uut->getUID());
   return result;
 }

@@ -7,15 +7,11 @@
 #include <new>
 #include <string>
 
+#include "foundation/FailReply.h"
+#include "foundation/LiveHandles.h"
 #include "foundation/Log.h"
+#include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
-#include "interface/LiveHandles.h"
-#include "interface/Reply.h"
-#include "interface/Status.h"
-
-// Fills `reply` with the answer to a NULL argument and logs it as an error.
-void bkRejectNullArgument(CBKReply* reply, const char* name, const char* file, int line,
-                          const char* function);
 
 // Ends the entry point when `pointer` is NULL: no entry line, no exit line.
 #define BK_RETURN_IF_NULL(reply, pointer, name)                                \
@@ -25,9 +21,6 @@ void bkRejectNullArgument(CBKReply* reply, const char* name, const char* file, i
       return static_cast<BKReplyHandle>(reply);                                \
     }                                                                          \
   } while (0)
-
-#define BK_LOG_ENTRY(uid) BK_LOG((uid), "Entering " << __FUNCTION__)
-#define BK_LOG_EXIT(uid) BK_LOG((uid), "Exiting " << __FUNCTION__)
 
 // Ends an entry point whose whole work is `call`, a session method that makes
 // its own reply: entry line, the call, exit line.  `reply` served only the
@@ -40,15 +33,6 @@ void bkRejectNullArgument(CBKReply* reply, const char* name, const char* file, i
     BK_LOG_EXIT(uid);                         \
     return bk_delegated_;                     \
   } while (0)
-
-// Fails `reply` with `text` and the status built under the fail policy, and
-// logs the text as an error at the given position.
-void bkFailReply(CBKReply* reply, unsigned msgClass, unsigned message, const std::string& text,
-                 const char* file, int line, const char* function);
-
-// bkFailReply at the caller's position.
-#define BK_FAIL_REPLY(reply, msgClass, message, text) \
-  bkFailReply((reply), (msgClass), (message), (text), __FILE__, __LINE__, __FUNCTION__)
 
 // ---- The boundary: no exception reaches the station. ----------------------
 //

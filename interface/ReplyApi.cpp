@@ -15,7 +15,7 @@ bool BK_success(BKReplyHandle reply) {
 }
 
 // The class is read from bit 26 although it is stored from bit 20: stations
-// compare against what this has always answered (0, or 32 for a failure).
+// compare against 0, or 32 for a failure.
 unsigned BK_reply_getClass(BKReplyHandle reply) {
   if (reply == nullptr) return 0;
   return static_cast<CBKReply*>(reply)->getStatus() >> 26;

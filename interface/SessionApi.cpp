@@ -5,6 +5,7 @@
 #include "foundation/FileBasics.h"
 #include "foundation/LogHousekeeping.h"
 #include "foundation/Mutexes.h"
+#include "foundation/VersionFile.h"
 #include "interface/Bramblekit.h"
 #include "interface/EntryFrame.h"
 #include "session/UUT.h"
@@ -14,7 +15,6 @@
 namespace unguarded {
 
 BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
-  MUTEX_THREAD_INIT();
   CBKReply* reply = new CBKReply();
   BK_RETURN_IF_NULL(reply, outHandle, "UUTHandle");
   std::string infoFile = std::string(vaultStationConfigPath) + ksinfo;
@@ -47,7 +47,7 @@ BKReplyHandle BK_UUTStart(UUTHandle* outHandle) {
   writeBramblekitVersionToFile();
   // Logged only now, since the line carries the new session's UID.
   BK_LOG_ENTRY(uut->getUID());
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG_EXIT(uut->getUID());
   return reply;
 }
@@ -60,7 +60,7 @@ BKReplyHandle BK_UUTCancel(UUTHandle handle) {
 }
 
 void BK_UID_destroy(UUTHandle handle) {
-  Util_rotateLog(bramblekitLogFileNameWithPath);
+  Util_rotateLog(bramblekitLogFilePath);
   Util_deleteLogs(vaultRootPath);
   unlink(sfcstatusfilepath);
   if (handle == nullptr) return;

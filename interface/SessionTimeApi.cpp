@@ -1,5 +1,4 @@
-// Explicit session times, the finished document, and the two checks that
-// were never implemented.
+// Explicit session times.
 #include <time.h>
 
 #include "interface/Bramblekit.h"
@@ -41,34 +40,6 @@ BKReplyHandle BK_setStopTime(UUTHandle handle, time_t when) {
   return reply;
 }
 
-BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, handle, "uutHandle");
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_RETURN_DELEGATED(reply, uut->getUID(), uut->getJsonResultsObj());
-}
-
-BKReplyHandle BK_isStationOK(char* stationIdentifier) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, stationIdentifier, "stationIdentifier");
-  BK_LOG_ENTRY(kBlankUID);
-  BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED,
-                "isStationOK API not implemented");
-  BK_LOG_EXIT(kBlankUID);
-  return reply;
-}
-
-BKReplyHandle BK_isUUTOK(UUTHandle handle) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIMPLEMENTED,
-                "isUUTOK API unimplemented");
-  BK_LOG_EXIT(uut->getUID());
-  return reply;
-}
-
 }  // namespace unguarded
 
 BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
@@ -77,16 +48,4 @@ BKReplyHandle BK_setStartTime(UUTHandle handle, time_t when) {
 
 BKReplyHandle BK_setStopTime(UUTHandle handle, time_t when) {
   return bkGuard(__func__, [&] { return unguarded::BK_setStopTime(bkLiveSession(handle), when); });
-}
-
-BKReplyHandle BK_getJsonResultsObj(UUTHandle handle) {
-  return bkGuard(__func__, [&] { return unguarded::BK_getJsonResultsObj(bkLiveSession(handle)); });
-}
-
-BKReplyHandle BK_isStationOK(char* stationIdentifier) {
-  return bkGuard(__func__, [&] { return unguarded::BK_isStationOK(stationIdentifier); });
-}
-
-BKReplyHandle BK_isUUTOK(UUTHandle handle) {
-  return bkGuard(__func__, [&] { return unguarded::BK_isUUTOK(bkLiveSession(handle)); });
 }

@@ -90,7 +90,7 @@ bool BK_testSpec_setLimits(testSpecHandle spec, const char* lower, size_t lowerL
   if (lowerEmpty && upperEmpty) return true;
   if (upperEmpty) return record->getLowerSpecLimitLength() == lowerLength;
   // With two real limits only the upper length is cross-checked; stations
-  // have always been answered that way.
+  // rely on the lower length not being checked.
   return record->getUpperSpecLimitLength() == upperLength;
 }
 

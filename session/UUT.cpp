@@ -10,7 +10,7 @@
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
 #include "foundation/StationFiles.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 
 const char* const state_names[5] = {"open", "done", "popping", "did", "commit"};
 
@@ -121,17 +121,6 @@ void CUUT::createTimestampFile(int s) {
   BK_LOG(UID, text);
 }
 
-void CUUT::createTimestampFileSpecific(long t, std::string name) {
-  std::string path = getPath() + name;
-  std::string text = Util_makeTimestamp2(t);
-  std::ofstream* out = COutputFile::open(path);
-  if (out->is_open()) *out << text;
-  out->close();
-  delete out;
-  unlink(path.c_str());
-  rootJson["test_attributes"][name] = text;
-}
-
 namespace {
 
 // Whether `t` is a local time at all; beyond the calendar's range the text
@@ -179,12 +168,12 @@ CBKReply* CUUT::cancel() {
     if (time(nullptr) - started > 4) break;
   }
   if (deleted) {
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     BK_LOG(UID, "Canceled UUT at '" << path << "'");
   } else {
     std::string text = "Could not delete the temporary UUT directory '" + path + "'";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_FILESYSTEM));
     BK_LOG_ERROR(text);
   }
   return reply;
@@ -193,33 +182,16 @@ CBKReply* CUUT::cancel() {
 CBKReply* CUUT::getSerialNumber(std::string& out) {
   CBKReply* reply = new CBKReply();
   if (serialNumber.empty()) {
-    reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_NO_ATTRIBUTE));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_NO_ATTRIBUTE));
     return reply;
   }
   out = serialNumber;
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
 void CUUT::clearAllSubmittedCounts() {
   for (uint32_t& count : submittedCounts) count = 0;
-}
-
-void writeBramblekitVersionToFile() {
-  bool written = false;
-  try {
-    std::ofstream out(bramblekitVersionFile, std::ios::out | std::ios::trunc);
-    if (out.is_open()) {
-      out << bk::kLibraryVersion;
-      out.flush();
-      written = out.good();
-      out.close();
-    }
-  } catch (...) {
-    BK_LOG_ERROR("ERROR: Unknown while trying to write Bramblekit version into a file");
-  }
-  if (!written) BK_LOG_ERROR("ERROR: opening filestream for Bramblekit version string output!!");
 }
 
 std::string bkUIDOf(const void* handle) {

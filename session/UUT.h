@@ -17,8 +17,10 @@
 #include <mutex>
 #include <string>
 
+#include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
+#include "sfc/UnitCheckThread.h"
+#include "sfc/UnitProcessChecks.h"
 
 // Where a session is; each state has its directory suffix.
 enum UUTState : uint32_t {
@@ -30,16 +32,6 @@ enum UUTState : uint32_t {
 };
 
 extern const char* const state_names[5];
-
-// What a detached SFC thread shares with its session.  The thread may outlive
-// the session, so both hold it; `ended` is set as the thread's last act.
-struct SFCThreadState {
-  std::atomic<bool> started{false};
-  std::atomic<bool> ended{false};
-  // Held while `ended` is set and while the thread is signalled, so that a
-  // signal never goes to a thread that has passed its end.
-  std::mutex endLock;
-};
 
 class CUUT {
  public:
@@ -56,7 +48,6 @@ class CUUT {
   std::string getPath();
   bool isUIDValid();
   void createTimestampFile(int s);  // -1: the current state
-  void createTimestampFileSpecific(long t, std::string name);
   bool createSpecificStartTime(long t);
   bool createSpecificStopTime(long t);
 
@@ -74,6 +65,10 @@ class CUUT {
   bool wasAttributeSoftwareNameCreated() const { return attributeSoftwareNameCreated; }
   bool wasAttributeSoftwareVersionCreated() const { return attributeSoftwareVersionCreated; }
   bool wasSFCQueryUnitThreadCreated() const { return sfcQueryUnitThreadCreated; }
+  UnitCheckView unitCheckView() const {
+    return {UID, wasAttributeSerialNumberCreated(), sfcQueryUnitThreadCreated,
+            timeWhenSFCThreadCreated};
+  }
 
   // --- Attributes (session/UUTAttributes.cpp) ---
   CBKReply* createAttribute(std::string name, std::string value);
@@ -174,10 +169,11 @@ class CUUT {
   std::map<std::string, double> parametricKeys;
 };
 
-// Writes the library's version to /tmp/bk_version for the forwarding agent.
-void writeBramblekitVersionToFile();
-
 // The session's UID for log lines, or the blank field without a session.
 std::string bkUIDOf(const void* handle);
+
+// The session's unit-check thread, for done: see sfc/UnitCheckThread.h.
+int sfcUnitThreadProbe(const CUUT* uut);
+int sfcUnitThreadSignal(CUUT* uut, int signal);
 
 #endif  // BRAMBLEKIT_SESSION_UUT_H_

@@ -6,14 +6,13 @@
 
 #include <string>
 
+#include "foundation/FailPolicy.h"
+#include "foundation/FailReply.h"
 #include "foundation/Log.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
-#include "identity/ScanReply.h"
-#include "identity/TextScanners.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
-#include "station/Features.h"
 
 namespace {
 
@@ -48,7 +47,7 @@ std::string asText(const Json::Value& value) {
 // ACTIVE for the integer 1 and for an entry that is no integer; a missing
 // key or another integer is PASSIVE.
 bool serialNumberPolicyIsActive() {
-  return readLifelineEntry("BK_MSG_ERROR_INVALID_SERIAL_NUMBER").active();
+  return FailPolicy::activeWhenOne("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
 }
 
 std::string upperCase(std::string text) {
@@ -70,19 +69,6 @@ bool CUUT::getAttribute(const std::string& name, std::string* value) {
   return found;
 }
 
-bool CUUT::validateDevAttribute(void* passedInReply, std::string value) {
-  if (passedInReply == nullptr) {
-    // Like the version check: the guard answers true on a reply nobody sees.
-    CBKReply own;
-    bkRejectNullArgument(&own, "passedInReply", __FILE__, __LINE__, __FUNCTION__);
-    return true;
-  }
-  bool good = bkAnswerScan(static_cast<CBKReply*>(passedInReply), verifyChunkIsAscii, value,
-                           BK_MSG_ERROR_INVALID_ATTRIBUTE, __FUNCTION__);
-  BK_LOG(UID, "Developer added attribute :" << value);
-  return good;
-}
-
 CBKReply* CUUT::createAttribute(std::string name, std::string value) {
   CBKReply* reply = new CBKReply();
   bool badSerial = false;
@@ -95,13 +81,13 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         attributeStationIdentifierCreated = true;
         BK_LOG(UID, "Attribtue [" << name << "] has already been created as [" << existing
                                   << "]. Do not add stationID, Bramblekit does for you.");
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         return reply;
       }
       const std::string text =
           "Attribtue [" + name + "] has already been created as [" + existing + "].";
       reply->setData(text);
-      reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+      reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
       BK_LOG_ERROR(text);
       BK_LOG(UID, text);
       return reply;
@@ -112,7 +98,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
       BK_LOG(UID, "Caught serial number creation: [" << value << "]");
       if (!validateSerialNumber(reply, value)) {
         badSerial = true;
-        std::string text = BK_reply_getError(reply);
+        std::string text = reply->getData();
         pendingFailure = true;
         // The text goes in twice: servers parse the doubled form.
         text += text;
@@ -127,7 +113,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
           reply->setData(text);
           pendingFailureActive = false;
           pendingFailureName = "SERIAL_NUMBER_NOT_OK [PASSIVE]:";
-          reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+          reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         }
       }
       // A bad number is recorded all the same, for commit to deal with.
@@ -174,7 +160,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         const std::string text =
             "Invalid or Station Version [" + value + "] or exceeds 48 characters";
         reply->setData(text);
-        reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+        reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
         BK_LOG_ERROR(text);
         return reply;
       }
@@ -192,7 +178,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
       BK_LOG(UID, "Caught Station ID creation [" << value << "]");
       stationIdentifier = value;
       attributeStationIdentifierCreated = true;
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       return reply;
     } else {
       if (value.length() > kDevAttributeLimit) {
@@ -204,17 +190,17 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
         const std::string text = "Illegal character in developer's added attribute [" + value +
                                  "] caught in createAttribute";
         reply->setData(text);
-        reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+        reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
         BK_LOG_ERROR(text);
         return reply;
       }
       rootJson["uut_attributes"][name] = value;
     }
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   } catch (...) {
     const std::string text = std::string("createAttribute") + ": Undhandled exception";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     BK_LOG_ERROR(text);
   }
   if (badSerial) {
@@ -223,7 +209,7 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
     const std::string text = std::string("createAttribute") + ": Invalid Serial Number passed";
     reply->setData(text);
     reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
+        bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_INVALID_SERIAL_NUMBER));
     BK_LOG_ERROR(text);
   }
   return reply;

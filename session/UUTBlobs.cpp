@@ -10,13 +10,14 @@
 #include "data/Blob.h"
 #include "data/BlobCompression.h"
 #include "foundation/Constants.h"
+#include "foundation/FailReply.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/OutputFile.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
-#include "station/Features.h"
+#include "station/StationInfoQuery.h"
 
 namespace {
 
@@ -48,18 +49,17 @@ std::string stationText(const char* key) {
 
 // STATION_TYPE through the station's own two-call query.
 bool queryStationType(CUUT* uut, bool* firstCallFailed, std::string* out) {
-  const int kStationType = 9;
   unsigned long long length = 0;
-  CBKReply* first =
-      static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, nullptr, &length));
-  *firstCallFailed = !BK_success(first);
-  delete first;
+  CBKReply first;
+  stationinfo::BK_getKSStationInfo(uut->getUID(), kStationInfoStationType, nullptr, &length,
+                                   &first);
+  *firstCallFailed = !first.succeeded();
   if (*firstCallFailed) return false;
   std::unique_ptr<char[]> buffer(new char[length + 1]());
   char* text = buffer.get();
-  CBKReply* second = static_cast<CBKReply*>(BK_getKSStationInfo(uut, kStationType, &text, &length));
-  bool ok = BK_success(second) && text[0] != '\0';
-  delete second;
+  CBKReply second;
+  stationinfo::BK_getKSStationInfo(uut->getUID(), kStationInfoStationType, &text, &length, &second);
+  bool ok = second.succeeded() && text[0] != '\0';
   if (ok) *out = text;
   return ok;
 }
@@ -75,7 +75,7 @@ CBKReply* blobsSwitchedOff(const std::string& uid, const char* function) {
       "ks_station_info.json file.";
   reply->setData(text);
   bkLogSessionLine(uid, function, text);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
@@ -106,7 +106,7 @@ CBKReply* CUUT::copyBlob(const std::string& name, const std::string& path) {
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copy(getPath(), safeName, path);
-  if (!BK_success(copied)) return copied;
+  if (!copied->succeeded()) return copied;
   delete copied;
   const std::string staged =
       getPath() + blobsDirectoryName + platformPathSeparator + safeName + CBlob::extensionOf(path);
@@ -118,7 +118,7 @@ CBKReply* CUUT::copyBlobFromMemory(const std::string& name, const void* data, lo
   if (CBKReply* off = blobsSwitchedOff(UID, __FUNCTION__)) return off;
   const std::string safeName = COutputFile::makeSafeFilename(name);
   CBKReply* copied = CBlob::copyFromMemory(getPath(), safeName, data, length);
-  if (!BK_success(copied)) return copied;
+  if (!copied->succeeded()) return copied;
   delete copied;
   const std::string staged = getPath() + blobsDirectoryName + platformPathSeparator + safeName;
   return CreatBlobZipAndMetaFile(staged, name);
@@ -201,8 +201,8 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
       }
       long size = Util_fileSize(finalFile.c_str());
       if (size > limit) {
-        // The number in brackets has never meant anything; the servers'
-        // parsers expect one there.
+        // The number in brackets carries no meaning; the servers' parsers
+        // expect one there.
         std::ostringstream text;
         text << "BlobFile [" << static_cast<const void*>(&text) << "] File size [" << size
              << "] exceeded blob size limit[" << limit << "]";
@@ -215,7 +215,7 @@ CBKReply* CUUT::CreatBlobZipAndMetaFile(const std::string& stagedPath,
     record["retention_policy"] = Json::Value(static_cast<Json::UInt>(retentionPolicy));
     rootJson["blobs"].append(record);
 
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     if (Util_fileExists(stagedPath.c_str())) remove(stagedPath.c_str());
     return reply;
   } catch (...) {

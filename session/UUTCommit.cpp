@@ -14,10 +14,10 @@
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
-#include "interface/Status.h"
+#include "foundation/StationFeatures.h"
+#include "foundation/StatusWord.h"
 #include "session/UUT.h"
 #include "signature/ResultsSigning.h"
-#include "station/Features.h"
 
 namespace {
 

@@ -12,15 +12,18 @@
 
 #include "data/ResultBrick.h"
 #include "foundation/Constants.h"
+#include "foundation/FailPolicy.h"
 #include "foundation/FileBasics.h"
 #include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "session/UUT.h"
 #include "sfc/UnitCheckThread.h"
-#include "station/Features.h"
+#include "signature/StationInfoSignature.h"
+#include "station/HealthProbes.h"
 
 // Every line of done names done, also those written by its helpers below.
 #define DONE_LOG(uid, expr)                                \
@@ -45,10 +48,10 @@ std::string textOf(CBKReply* reply) { return reply->hasData() ? reply->getData()
 // except that a missing entry or a text counts as "not 1" (PASSIVE) instead of
 // throwing out of done: the station's session must still reach UID.did.
 // An entry that is there but cannot be read never softens a fault: ACTIVE.
-bool lifelineIsActive(const char* key) { return readLifelineEntry(key).active(); }
+bool lifelineIsActive(const char* key) { return FailPolicy::activeWhenOne(key); }
 
 struct HealthRow {
-  bool (*check)(UUTHandle, BKReplyHandle);
+  bool (*check)(const std::string& uid, CBKReply* reply);
   const char* lifelineKey;
   const char* activeText;
   const char* activeName;
@@ -60,21 +63,21 @@ struct HealthRow {
 // Colons and blanks differ from row to row on purpose: the names become test
 // names in the results that the servers already know.
 const HealthRow kHealthRows[] = {
-    {BK_isMartenRunning, "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
+    {probe::BK_isMartenRunning, "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
      "Marten not running [ACTIVE]: ", "Marten not running [ACTIVE]:",
      "Marten not running [PASSIVE]: ", "Marten not running [PASSIVE]: ", false},
-    {BK_isEtherNetOK, "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
+    {probe::BK_isEtherNetOK, "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
      "EtherNet unplugged [ACTIVE]: ", "EtherNet unplugged [ACTIVE]", "EtherNet unplugged [PASSIVE]",
      "EtherNet unplugged [PASSIVE]", false},
-    {BK_isNetWorkOK, "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
+    {probe::BK_isNetWorkOK, "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
      "Can't ping TRAX, DCS, nor KS [ACTIVE]: ", "Network Not Okay [ACTIVE]",
      "Can't ping TRAX, DCS, nor KS [PASSIVE]: ", "Network Not Okay [PASSIVE]: ", true},
 };
 
 }  // namespace
 
-// The station checks of done, steps 3 to 8; split out so that one handler
-// covers them all.
+// The station checks of done: signature, expiry, health.  One handler covers
+// them all, so a check that throws still lets done move the directory on.
 static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& stream) {
   const std::string& UID = uut->UID;
   if (!uut->stopTimeSet) uut->createTimestampFile(UUT_STATE_DONE);
@@ -82,12 +85,12 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   if (uut->pendingFailureActive) {
     reply->setData(uut->pendingFailureMessage);
     reply->setStatus(
-        BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
+        bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
   }
 
   // A bad signature is ACTIVE whatever the station's policy says: the policy
   // itself lives in the file that failed the test.
-  if (!BK_isSignatureOK(reply)) {
+  if (!signaturecheck::BK_isSignatureOK(reply)) {
     uut->pendingFailure = true;
     stream << "ERROR: ks_station_info signature NOT OK," << textOf(reply);
     DONE_LOG(UID, stream.str());
@@ -106,7 +109,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   }
 
   // An expired signature is recorded but never stops a session.
-  if (!uut->pendingFailureActive && !BK_isSigExpOK(reply)) {
+  if (!uut->pendingFailureActive && !signaturecheck::BK_isSigExpOK(reply)) {
     uut->pendingFailure = true;
     stream << "Signature NOT OK [PASSIVE]: " << textOf(reply);
     DONE_LOG(UID, stream.str());
@@ -122,7 +125,7 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
 
   for (const HealthRow& row : kHealthRows) {
     if (uut->pendingFailureActive) break;
-    if (row.check(uut, reply)) continue;
+    if (row.check(uut->getUID(), reply)) continue;
     uut->pendingFailure = true;
     std::string checkText = textOf(reply);
     if (lifelineIsActive(row.lifelineKey)) {
@@ -155,7 +158,7 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
   if (active) {
     DONE_LOG_ERROR(stream.str());
     reply->setData(stream.str());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
     DONE_LOG(UID, stream.str());
   } else {
     DONE_LOG(UID, stream.str());
@@ -164,9 +167,9 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
   }
 }
 
-// The server's words out of an out-of-process line.  The cut keeps its
-// historic offsets; a line too short for them gives an empty text instead of
-// an exception out of done.
+// The server's words out of an out-of-process line.  The offsets are the ones
+// the servers' parsers expect; a line too short for them gives an empty text
+// instead of an exception out of done.
 static std::string cutOutOfProcessText(std::string line) {
   long p = static_cast<long>(line.find("Response=0 SFC_OK"));
   if (line.find("Response=0 SFC_OK") == std::string::npos) p = -1;
@@ -292,7 +295,7 @@ CBKReply* CUUT::done() {
     }
     text << " to=" << state_names[UUT_STATE_DONE];
     reply->setData(text.str());
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX));
     DONE_LOG_ERROR(text.str());
     return reply;
   }
@@ -315,8 +318,6 @@ CBKReply* CUUT::done() {
     pendingFailure = pendingFailureActive = true;
     stream << text;
   }
-
-  CResultBrick::resetFileCounter();
 
   {
     MutexGuard responseLock(&mutex1);
@@ -371,7 +372,7 @@ CBKReply* CUUT::done() {
 
   if (!pendingFailure || !pendingFailureActive) {
     DONE_LOG(UID, "Returning success");
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   }
   return reply;
 }

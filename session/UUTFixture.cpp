@@ -3,8 +3,8 @@
 // itself.  All of them change only the document in memory; commit writes it.
 #include <string>
 
+#include "foundation/FailReply.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
 namespace {
@@ -28,7 +28,7 @@ bool storePosition(Json::Value& root, CBKReply* reply, Fixture fixture, Head hea
     Json::Value& station = root["test_station_attributes"];
     station["fixture_id"] = fixture;
     station["head_id"] = head;
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     return true;
   } catch (...) {
     bkFailReply(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED,
@@ -74,14 +74,14 @@ CBKReply* CUUT::addModuleHistory(const char* moduleSN, const char* vendorCode, c
   modules["part_number"] = orNotPassed(partNumber);
   modules["description"] = orNotPassed(description);
   modules["lot_code"] = orNotPassed(lotCode);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }
 
 CBKReply* CUUT::sendStationFailureReport(const char* step, const char* reason) {
   CBKReply* reply = new CBKReply();
   if (state != UUT_STATE_OPEN && state != UUT_STATE_DID) {
-    // The message number is the one stations have always been given here.
+    // Stations test for this message number here, odd as it is.
     BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SW_VERSION,
                   "The UUT object state was not valid for this transition type. state '" +
                       stateNameOf(state) + "'");
@@ -91,6 +91,6 @@ CBKReply* CUUT::sendStationFailureReport(const char* step, const char* reason) {
   rootJson["station_failure"]["failure_reason"] = reason;
   rootJson["test_attributes"]["override"] = "1";
   BK_LOG(UID, "called with -overrideFail-, FailureStep:" << step << ", FailureReason:" << reason);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }

@@ -3,13 +3,15 @@
 #include <string.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 
 #include "data/ResultBrick.h"
 #include "data/TestRecords.h"
+#include "foundation/FailReply.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
+#include "session/ResultIntake.h"
 #include "session/UUT.h"
 
 namespace {
@@ -104,7 +106,6 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
     default:
       break;
   }
-  CResultBrick::incrementFileCounter();
   int index = submittedIndex(testSpec.getPriority());
   if (index >= 0) incrementSubmittedCount(static_cast<unsigned>(index));
 
@@ -115,7 +116,7 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
     reply->setStatus(kResultPassStatus);
     return reply;
   }
-  return CResultBrick::create(this, spec, result);
+  return CResultBrick::create(rootJson, parametricKeys, UID, testSpec, testResult);
 }
 
 // The station's list names the priorities that are NOT sent, whatever its
@@ -137,36 +138,23 @@ bool CUUT::canSendPDataToTrax(BK_TRAX_PRIORITY priority) {
 
 void CUUT::createDummyFailTest(const char* testName, const char* subTestName,
                                const char* subSubTestName, const char* message) {
-  auto fitted = [](const char* text, size_t limit) {
-    std::string fitted = text == nullptr ? std::string() : std::string(text);
-    fitted.resize(limit);  // padded with NUL bytes, or cut
-    return fitted;
+  // At most `limit` bytes, up to the first NUL; NULL reads as empty.
+  auto cut = [](const char* text, size_t limit) {
+    return text == nullptr ? std::string() : std::string(text, strnlen(text, limit));
   };
-  auto lengthOf = [](const char* text, size_t limit) {
-    return text == nullptr ? 0 : std::min(strlen(text), limit);
-  };
-
-  testSpecHandle spec = BK_testSpec_create();
-  std::string name = fitted(testName, 48);
-  std::string subName = fitted(subTestName, 64);
-  std::string subSubName = fitted(subSubTestName, 128);
-  BK_testSpec_setTestName(spec, name.c_str(), lengthOf(testName, 48));
-  BK_testSpec_setSubTestName(spec, subName.c_str(), lengthOf(subTestName, 64));
-  BK_testSpec_setSubSubTestName(spec, subSubName.c_str(), lengthOf(subSubTestName, 128));
-  BK_testSpec_setPriority(spec, BK_TRAX_PRIORITY_P0);
-
-  testResultHandle result = BK_testResult_create();
-  BK_testResult_setResult(result, BK_FAIL);
+  CBKTestSpec spec;
+  spec.setTestName(cut(testName, 48));
+  spec.setSubTestName(cut(subTestName, 64));
+  spec.setSubSubTestName(cut(subSubTestName, 128));
+  spec.setPriority(BK_TRAX_PRIORITY_P0);
+  CBKTestResult result;
+  result.setResult(BK_FAIL);
   // Cut to the longest message a result may carry: a longer one would be
   // refused, and with it the failure.
-  const std::string cut = fitted(message, lengthOf(message, 512));
-  BK_testResult_setMessage(result, cut.c_str(), cut.size());
+  result.setMessage(cut(message, 512));
 
   recordingOwnFailure = true;
-  BKReplyHandle reply = BK_addResult(this, spec, result);
+  std::unique_ptr<CBKReply> reply(intake::BK_addResult(this, spec, result));
   recordingOwnFailure = false;
-  BK_testSpec_destroy(spec);
-  BK_testResult_destroy(result);
-  if (!BK_success(reply)) BK_LOG_ERROR("Can not create our fake fail test.");
-  BK_reply_destroy(reply);
+  if (!reply->succeeded()) BK_LOG_ERROR("Can not create our fake fail test.");
 }

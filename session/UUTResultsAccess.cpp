@@ -1,8 +1,8 @@
 // Handing the committed document to the application.
 #include <sstream>
 
+#include "foundation/FailReply.h"
 #include "foundation/Log.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
 
 CBKReply* CUUT::getJsonResultsObj() {
@@ -22,6 +22,6 @@ CBKReply* CUUT::getJsonResultsObj() {
                   "Invalid state of json object");
     return reply;
   }
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   return reply;
 }

@@ -18,7 +18,7 @@ static const char* const kClientPath = "/usr/local/lib/libBKSFCPost.dylib";
 void LoadlibBKSFCPost() {
   libSFCPostHandle = dlopen(kClientPath, RTLD_LAZY | RTLD_LOCAL);
   // Once per process and before any session can start, client or not.
-  Util_rotateLog(bramblekitLogFileNameWithPath);
+  Util_rotateLog(bramblekitLogFilePath);
   Util_deleteLogs(vaultRootPath);
   if (libSFCPostHandle != nullptr) {
     puts("libBKSFCPost opened successfully");

@@ -3,6 +3,8 @@
 // detached, asks again at once for as long as the answer holds
 // "1 SFC_ERROR", and writes an answer that says "0 SFC_OK" to /tmp/sfcstatus,
 // the one file they share.  They log without a session.
+#include "sfc/QueryThreads.h"
+
 #include <pthread.h>
 #include <stdio.h>
 #include <string.h>
@@ -14,7 +16,6 @@
 
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
-#include "session/UUT.h"
 #include "sfc/ClientBinding.h"
 #include "sfc/ThreadSupport.h"
 #include "sfc/UnitCheckThread.h"
@@ -159,44 +160,24 @@ void* threadRunSFCQR(void* arg) {
   endReadyThread();
 }
 
-bool CUUT::SFC_ServerVersion() {
-  if (!startReadyThread(threadRunSFCServerVersion, nullptr, &sfcServerVersionThread)) {
-    BK_LOG(UID, "SFC QR server version thread creation failed\n");
-    return false;
-  }
-  BK_LOG(UID, "SFC QR server version thread created\n");
-  return true;
+bool startServerVersionQuery(pthread_t* id) {
+  return startReadyThread(threadRunSFCServerVersion, nullptr, id);
 }
 
-bool CUUT::SFC_QueryHistory(std::string serialNumber) {
+bool startHistoryQuery(const std::string& serialNumber, pthread_t* id) {
   // A copy of its own: the argument does not outlive this call.
   std::string* copy = new std::string(serialNumber);
-  if (!startReadyThread(threadRunSFCQueryHistory, copy, &sfcQueryHistoryThread)) {
-    delete copy;
-    BK_LOG(UID, "SFC Query History thread creation failed\n");
-    return false;
-  }
-  BK_LOG(UID, "SFC Query History thread created\n");
-  return true;
+  if (startReadyThread(threadRunSFCQueryHistory, copy, id)) return true;
+  delete copy;
+  return false;
 }
 
-// The record by station name, also for a plain record query.
-static bool startRecordQuery(CUUT* uut, const std::string& serialNumber, pthread_t* id) {
+bool startStationNameQuery(const std::string& serialNumber, pthread_t* id, bool* attempted) {
+  *attempted = false;
   THREAD_PARAM* param = makeRecordParam(serialNumber);
   if (param == nullptr) return false;
-  if (!startReadyThread(threadRunSFCQRStationName, param, id)) {
-    delete param;
-    BK_LOG(uut->UID, "SFC QR station name thread creation failed\n");
-    return false;
-  }
-  BK_LOG(uut->UID, "SFC QR station name thread created\n");
-  return true;
-}
-
-bool CUUT::SFC_QueryRecord(std::string serialNumber) {
-  return startRecordQuery(this, serialNumber, &sfcQueryRecordThread);
-}
-
-bool CUUT::SFC_QueryRecordByStationName(std::string serialNumber) {
-  return startRecordQuery(this, serialNumber, &sfcQueryRecordByStationNameThread);
+  *attempted = true;
+  if (startReadyThread(threadRunSFCQRStationName, param, id)) return true;
+  delete param;
+  return false;
 }

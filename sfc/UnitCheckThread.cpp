@@ -1,4 +1,4 @@
-// CUUT::SFC_QueryRecordUnitCheck and the unit-check thread.
+// The unit-check thread.
 //
 // The client is asked for the unit with the station's id.  An answer holding
 // "1 SFC_ERROR" is asked again at once, at most 11 calls in all, each error
@@ -20,7 +20,6 @@
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
-#include "session/UUT.h"
 #include "sfc/ClientBinding.h"
 #include "sfc/ThreadSupport.h"
 
@@ -157,9 +156,9 @@ void* threadRunSFCQRUnitCheck(void* arg) {
   pthread_exit(nullptr);
 }
 
-bool CUUT::SFC_QueryRecordUnitCheck(std::string /*serialNumber*/) {
-  // The thread asks for the number as the session holds it, upper-cased.
-  auto* param = new UnitCheckParam{getSN(), getUID(), std::make_shared<SFCThreadState>()};
+bool startUnitCheckThread(const std::string& serialNumber, const std::string& uid, pthread_t* idOut,
+                          std::shared_ptr<SFCThreadState>* stateOut) {
+  auto* param = new UnitCheckParam{serialNumber, uid, std::make_shared<SFCThreadState>()};
   std::shared_ptr<SFCThreadState> state = param->state;
   state->started.store(true);
 
@@ -168,7 +167,7 @@ bool CUUT::SFC_QueryRecordUnitCheck(std::string /*serialNumber*/) {
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   pthread_t id;
   sfcThreadsRunning.fetch_add(1);
-  unitCheckStarts(UID);
+  unitCheckStarts(uid);
   // The thread starts with SIGALRM blocked, so that a signal sent at once
   // waits until the thread has marked itself and unblocks it.
   sigset_t alarmSet = sfcAlarmSet();
@@ -178,41 +177,34 @@ bool CUUT::SFC_QueryRecordUnitCheck(std::string /*serialNumber*/) {
   pthread_sigmask(SIG_SETMASK, &callerMask, nullptr);
   pthread_attr_destroy(&attributes);
   if (result != 0) {
-    unitCheckEnds(UID);
+    unitCheckEnds(uid);
     sfcThreadsRunning.fetch_sub(1);
     delete param;
-    BK_LOG(UID, "SFC_QueryRecordUnitCheck thread creation failed\n");
     return false;
   }
-  // Replaced only on success: a failed start leaves any earlier thread's
-  // record as it was.
-  sfcUnitThread = id;
-  sfcUnitThreadState = state;
-  BK_LOG(UID, "SFC_QueryRecordUnitCheck thread successfully created [" << UID << "] sfc-threadid=["
-                                                                       << id << "]");
+  *idOut = id;
+  *stateOut = state;
   return true;
 }
 
-int sfcUnitThreadProbe(const CUUT* uut) {
-  const std::shared_ptr<SFCThreadState>& state = uut->sfcUnitThreadState;
+int sfcUnitThreadProbe(const std::shared_ptr<SFCThreadState>& state) {
   if (!state || !state->started.load() || state->ended.load()) return ESRCH;
   return 0;
 }
 
-int sfcUnitThreadSignal(CUUT* uut, int signal) {
-  std::shared_ptr<SFCThreadState> state = uut->sfcUnitThreadState;
+int sfcUnitThreadSignal(std::shared_ptr<SFCThreadState> state, pthread_t thread,
+                        const std::string& uid, int signal) {
   if (!state || !state->started.load()) return ESRCH;
   std::lock_guard<std::mutex> hold(state->endLock);
   if (state->ended.load()) return ESRCH;
   if (signal == SIGALRM && !sfcAlarmHandlerInstalled()) {
     // The station has taken SIGALRM over: the signal would run its handler,
     // or end its process.  The thread is left to its answer.
-    BK_LOG(uut->getUID(), "SIGALRM not sent to sfc-threadid=["
-                              << uut->sfcUnitThread
-                              << "]: the station replaced the library's handler");
+    BK_LOG(uid, "SIGALRM not sent to sfc-threadid=["
+                    << thread << "]: the station replaced the library's handler");
     return 0;
   }
-  return pthread_kill(uut->sfcUnitThread, signal);
+  return pthread_kill(thread, signal);
 }
 
 void sfcSessionEnded(const std::string& uid) {

@@ -8,12 +8,23 @@
 #ifndef BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_
 #define BRAMBLEKIT_SFC_UNITCHECKTHREAD_H_
 
+#include <pthread.h>
 #include <signal.h>
 
 #include <atomic>
+#include <memory>
+#include <mutex>
 #include <string>
 
-class CUUT;
+// What a detached SFC thread shares with its session.  The thread may outlive
+// the session, so both hold it; `ended` is set as the thread's last act.
+struct SFCThreadState {
+  std::atomic<bool> started{false};
+  std::atomic<bool> ended{false};
+  // Held while `ended` is set and while the thread is signalled, so that a
+  // signal never goes to a thread that has passed its end.
+  std::mutex endLock;
+};
 
 // Set by fnHandleSig on SIGALRM, read and cleared by the SFC threads.  One
 // flag for the whole process.
@@ -23,15 +34,20 @@ extern std::atomic<bool> bSupposedToDie;
 // signal numbers do nothing.
 void fnHandleSig(int signal);
 
-// The thread's body; the argument is the record SFC_QueryRecordUnitCheck made.
+// The thread's body; the argument is the record startUnitCheckThread made.
 void* threadRunSFCQRUnitCheck(void* param);
+
+// Starts the unit check of `serialNumber` for session `uid`.  On success the
+// thread's id and shared state are stored; on failure nothing is.
+bool startUnitCheckThread(const std::string& serialNumber, const std::string& uid, pthread_t* idOut,
+                          std::shared_ptr<SFCThreadState>* stateOut);
 
 // For CUUT::done, which can only probe the detached thread and signal it:
 //
 // sfcUnitThreadProbe: 0 while the session's unit-check thread runs; ESRCH once
 // it has ended, and also when none was ever started.  Unlike pthread_kill(id,
 // 0) it never touches the id of a thread that has gone.
-int sfcUnitThreadProbe(const CUUT* uut);
+int sfcUnitThreadProbe(const std::shared_ptr<SFCThreadState>& state);
 
 // sfcUnitThreadSignal: sends `signal` (SIGALRM in practice) to the unit-check
 // thread if it is still running, with the thread held short of its end while
@@ -41,7 +57,8 @@ int sfcUnitThreadProbe(const CUUT* uut);
 // the answer is 0: the caller goes on as after a delivered signal.  SIGALRM only wakes the
 // thread if it is waiting in the client: the answer, when it comes, is
 // handled as usual.
-int sfcUnitThreadSignal(CUUT* uut, int signal);
+int sfcUnitThreadSignal(std::shared_ptr<SFCThreadState> state, pthread_t thread,
+                        const std::string& uid, int signal);
 
 // The session `uid` has ended (done, cancel or destroy): its response file
 // is removed now, and a unit check still running removes the one it writes.

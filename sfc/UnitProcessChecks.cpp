@@ -3,6 +3,8 @@
 // Both look once and answer; neither deletes the file, stops the thread or
 // touches the session.  They take no lock: a half-written answer reads as ok
 // and the next check corrects it.
+#include "sfc/UnitProcessChecks.h"
+
 #include <time.h>
 
 #include <fstream>
@@ -10,11 +12,11 @@
 
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
+#include "foundation/Log.h"
+#include "foundation/StationFeatures.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
-#include "session/UUT.h"
-#include "station/Features.h"
 
 namespace {
 
@@ -28,27 +30,13 @@ std::string firstLine(const std::string& path) {
   return line;
 }
 
-unsigned passStatus() { return BK_buildStatus(BK_PASS, 0, 0); }
-
-// Neither check has a reply to return, so a bad call is answered in the
-// reply when there is one, and always in the log.
-bool rejectBadCall(void* handle, void* reply, const char* function) {
-  if (reply == nullptr) {
-    bkLogErrorLine(__FILE__, __LINE__, function, "NULL reply handle passed as a parameter");
-    return true;
-  }
-  if (handle == nullptr) {
-    bkRejectNullArgument(static_cast<CBKReply*>(reply), "UUTHandle", __FILE__, __LINE__, function);
-    return true;
-  }
-  return false;
-}
+unsigned passStatus() { return bkBuildStatus(BK_PASS, 0, 0); }
 
 // A failed check is logged as an error before and after the reply is filled.
 void failReply(CBKReply* reply, const std::string& text, unsigned message) {
   BK_LOG_ERROR(text);
   reply->setData(text);
-  reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+  reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
   BK_LOG_ERROR(text);
 }
 
@@ -58,16 +46,16 @@ bool answer(CBKReply* reply, const std::string& text, bool result) {
   return result;
 }
 
-bool queryUnitOK(CUUT* uut, CBKReply* reply) {
+bool queryUnitOK(const UnitCheckView& uut, CBKReply* reply) {
   if (!Util_featureON(kFeature)) {
     return answer(reply, "SFC_QUERY_UNIT_ON_OFF feature is OFF in the ks_station_info.json", true);
   }
-  if (!uut->wasAttributeSerialNumberCreated()) {
+  if (!uut.serialNumberAdded) {
     return answer(reply, "BK_AMIOkay/BK_isSFCQueryUnitOK API called before adding serial number",
                   true);
   }
-  time_t created = uut->getTimeWhenSFCThreadCreated();
-  if (!uut->wasSFCQueryUnitThreadCreated() || created == -1) {
+  time_t created = uut.startedAt;
+  if (!uut.threadStarted || created == -1) {
     return answer(
         reply, "BK_AMIOkay/BK_isSFCQueryUnitOK API called before the sfc thread was created", true);
   }
@@ -82,14 +70,14 @@ bool queryUnitOK(CUUT* uut, CBKReply* reply) {
   long timeout = timeoutValue.asInt();
   time_t now = time(nullptr);
   long elapsed = static_cast<long>(now - created);
-  std::string path = std::string(tempFilesPath) + uut->getUID();
+  std::string path = std::string(tempFilesPath) + uut.uid;
 
   if (Util_fileExists(path.c_str())) {
     // The file's age plays no part once it is there.
     std::string found =
         "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC Status response file found, checking valid or "
         "invalid.";
-    BK_LOG(uut->getUID(), found);
+    BK_LOG(uut.uid, found);
     std::string line = firstLine(path);
     if (line.find("No response from SFC") != std::string::npos) {
       failReply(reply, found + "SFC_QUERY_UNIT [No response from SFC]",
@@ -99,9 +87,9 @@ bool queryUnitOK(CUUT* uut, CBKReply* reply) {
     return answer(reply, line, true);
   }
   if (elapsed < timeout) {
-    BK_LOG(uut->getUID(), "SFC_QUERY_UNIT: timeNow["
-                              << now << "] - timeWhenSFCThreadCreated [" << created << "] = ["
-                              << elapsed << "] < SFC_TIMEOUT [" << timeout << "] success.");
+    BK_LOG(uut.uid, "SFC_QUERY_UNIT: timeNow[" << now << "] - timeWhenSFCThreadCreated [" << created
+                                               << "] = [" << elapsed << "] < SFC_TIMEOUT ["
+                                               << timeout << "] success.");
     return answer(reply, "BK_AMIOkay/BK_isSFCQueryUnitOK: No action, still within the SFC_TIME_OUT",
                   true);
   }
@@ -117,12 +105,12 @@ bool queryUnitOK(CUUT* uut, CBKReply* reply) {
   return answer(reply, "We should never get here ??", true);
 }
 
-bool unitOutOfProcess(CUUT* uut, CBKReply* reply) {
+bool unitOutOfProcess(const std::string& uid, CBKReply* reply) {
   // The same switch as the unit check, whatever this text calls it.
   if (!Util_featureON(kFeature)) {
     return answer(reply, "OUT_OF_PROCESS feature is OFF in the ks_station_info.json", false);
   }
-  std::string path = std::string(tempFilesPath) + uut->getUID();
+  std::string path = std::string(tempFilesPath) + uid;
   if (!Util_fileExists(path.c_str())) {
     return answer(reply, "SFC Status file does not exist, too early to call api:", false);
   }
@@ -145,39 +133,20 @@ bool unitOutOfProcess(CUUT* uut, CBKReply* reply) {
 
 }  // namespace
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace unitcheck {
 
-bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char*) {
-  if (rejectBadCall(handle, reply, __FUNCTION__)) return false;
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  bool ok = queryUnitOK(uut, static_cast<CBKReply*>(reply));
-  BK_LOG_EXIT(uut->getUID());
+bool BK_isSFCQueryUnitOK(const UnitCheckView& view, CBKReply* reply) {
+  BK_LOG_ENTRY(view.uid);
+  bool ok = queryUnitOK(view, reply);
+  BK_LOG_EXIT(view.uid);
   return ok;
 }
 
-bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply, const char*) {
-  // A bad call does not report the unit as out of process.
-  if (rejectBadCall(handle, reply, __FUNCTION__)) return false;
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  bool out = unitOutOfProcess(uut, static_cast<CBKReply*>(reply));
-  BK_LOG_EXIT(uut->getUID());
+bool BK_isUnitOutOfProcess(const std::string& uid, CBKReply* reply) {
+  BK_LOG_ENTRY(uid);
+  bool out = unitOutOfProcess(uid, reply);
+  BK_LOG_EXIT(uid);
   return out;
 }
 
-}  // namespace unguarded
-
-bool BK_isSFCQueryUnitOK(UUTHandle handle, BKReplyHandle reply, const char* serialNumber) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isSFCQueryUnitOK(bkLiveSession(handle), bkLiveReply(reply), serialNumber);
-  });
-}
-
-bool BK_isUnitOutOfProcess(UUTHandle handle, BKReplyHandle reply, const char* serialNumber) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isUnitOutOfProcess(bkLiveSession(handle), bkLiveReply(reply),
-                                            serialNumber);
-  });
-}
+}  // namespace unitcheck

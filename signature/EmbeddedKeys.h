@@ -6,8 +6,6 @@
 
 // Public key (SubjectPublicKeyInfo, RSA 1024) that verifies the station info file.
 extern const char ksPubKey1[];
-// A second station key slot; nothing reads it.
-extern const char ksPubKey[];
 // Traditional PEM RSA private key encrypted with DES-EDE3-CBC that signs the
 // results; its pass phrase is built at run time and stored nowhere.
 extern const char myPriKey[];

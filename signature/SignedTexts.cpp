@@ -64,8 +64,8 @@ bool resultsOtterText(const std::string& fileText, std::string& out) {
   out.clear();
   std::size_t position = 0;
   if (!findKey(fileText, "results", position)) return false;
-  // Runs to the last "]" of the file, past the results array: the consumers
-  // have always checked this wider span.
+  // Runs to the last "]" of the file, past the results array: the servers
+  // verify this wider span.
   GetStringFromObj(fileText.substr(position), out, '[');
   return !out.empty();
 }

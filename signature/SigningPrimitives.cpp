@@ -17,11 +17,11 @@
 #include <memory>
 #include <vector>
 
-#include "foundation/FileUtilities.h"
 #include "foundation/Log.h"
 #include "foundation/Mutexes.h"
 #include "signature/EmbeddedKeys.h"
 #include "signature/OpensslHandles.h"
+#include "signature/PassPhrase.h"
 
 namespace {
 
@@ -45,8 +45,8 @@ bool sha1(const std::string& text, unsigned char digest[kSha1Length]) {
 BioPtr memoryBio(const char* pem) { return BioPtr(BIO_new_mem_buf(pem, -1)); }
 
 // Two hex digits a byte.  A pair that is no hex number leaves the byte before
-// it repeated (0 at the start), which the signature's readers have always
-// tolerated; the verification then simply fails.
+// it repeated (0 at the start); the verification then fails, which is all a
+// reader of the signature needs.
 std::vector<unsigned char> hexToBytes(const std::string& hex) {
   std::vector<unsigned char> bytes(hex.size() / 2);
   unsigned int value = 0;
@@ -103,7 +103,7 @@ bool verifySig(const std::string& text, const std::string& signatureHex, std::st
   }
   if (!key) {
     const std::string error = bkOpensslErrorText();
-    // The standard error text has always said "private"; tools match on it.
+    // Station tools match on this text, "private" included.
     fprintf(stderr, "Warning:: OpenSSL error Can not read private key from Buffer: %s\n",
             error.c_str());
     BK_LOG(kPrimitivesWarningLogTag,

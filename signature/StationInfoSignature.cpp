@@ -9,9 +9,9 @@
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "foundation/StrictJson.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 #include "signature/RawTextCutters.h"
 #include "signature/SignedTexts.h"
 #include "signature/SigningPrimitives.h"
@@ -36,7 +36,7 @@ constexpr std::size_t kShortestWholeFile = 1024;
 constexpr std::size_t kSignatureHexLength = 256;
 
 unsigned signatureFailure() {
-  return BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SIGNATURE);
+  return bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_SIGNATURE);
 }
 
 void fail(CBKReply* reply, const std::string& text) {
@@ -46,7 +46,7 @@ void fail(CBKReply* reply, const std::string& text) {
 
 void pass(CBKReply* reply, const std::string& text) {
   reply->setData(text);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
 }
 
 // Up to three reads, 1 s and then 2 s apart, while the file is missing or
@@ -207,11 +207,9 @@ bool checkText(const std::string& fileText, std::ostringstream& message, CBKRepl
 
 }  // namespace
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace signaturecheck {
 
-bool BK_isSignatureOK(BKReplyHandle replyHandle) {
-  CBKReply* reply = static_cast<CBKReply*>(replyHandle);
+bool BK_isSignatureOK(CBKReply* reply) {
   if (reply == nullptr) {
     BK_LOG_ERROR("NULL reply handle passed as a parameter");
     return false;
@@ -230,8 +228,7 @@ bool BK_isSignatureOK(BKReplyHandle replyHandle) {
   return checkStationInfoText(text, message, reply);
 }
 
-bool BK_isSigExpOK(BKReplyHandle replyHandle) {
-  CBKReply* reply = static_cast<CBKReply*>(replyHandle);
+bool BK_isSigExpOK(CBKReply* reply) {
   if (reply == nullptr) {
     BK_LOG_ERROR("NULL reply handle passed as a parameter");
     return false;
@@ -265,12 +262,4 @@ bool BK_isSigExpOK(BKReplyHandle replyHandle) {
   return true;
 }
 
-}  // namespace unguarded
-
-bool BK_isSignatureOK(BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSignatureOK(bkLiveReply(reply)); });
-}
-
-bool BK_isSigExpOK(BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] { return unguarded::BK_isSigExpOK(bkLiveReply(reply)); });
-}
+}  // namespace signaturecheck

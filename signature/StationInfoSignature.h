@@ -1,7 +1,7 @@
-// The check of the signed station info file.  The exported entry points are
-// declared in interface/Bramblekit.h:
+// The check of the signed station info file, under the names of the exported
+// functions that wrap it (their log lines carry them):
 //
-//   bool BK_isSignatureOK(BKReplyHandle reply);
+//   bool signaturecheck::BK_isSignatureOK(CBKReply* reply);
 //     Reads ks_station_info.json afresh (up to three tries, 1 s and 2 s apart,
 //     while the file is under 1024 characters, as it is while being
 //     rewritten) and verifies its "signature" against the embedded station
@@ -16,7 +16,7 @@
 //     BK_MSG_CLASS_API_ERROR, message BK_MSG_ERROR_INVALID_SIGNATURE, which no
 //     station policy can soften.  Called by the am-I-okay sequence and by done.
 //
-//   bool BK_isSigExpOK(BKReplyHandle reply);
+//   bool signaturecheck::BK_isSigExpOK(CBKReply* reply);
 //     Version "2": true with the text "ks_station_info SIGNATURE_VERSION == 2".
 //     Otherwise compares SIGNATURE_EXPIRATION (seconds since the epoch) with
 //     now: expired, missing or not a number gives false with the reason and
@@ -30,7 +30,7 @@
 #include <sstream>
 #include <string>
 
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 // Steps of BK_isSignatureOK after the file's text has been read: picks the
 // signed text by version, reads signature and digest, verifies.  `message`
@@ -38,5 +38,10 @@
 // text handling can be exercised without the file and its waits.
 bool checkStationInfoText(const std::string& fileText, std::ostringstream& message,
                           CBKReply* reply);
+
+namespace signaturecheck {
+bool BK_isSignatureOK(CBKReply* reply);
+bool BK_isSigExpOK(CBKReply* reply);
+}  // namespace signaturecheck
 
 #endif  // BRAMBLEKIT_SIGNATURE_STATIONINFOSIGNATURE_H_

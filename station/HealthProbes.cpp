@@ -6,6 +6,8 @@
 // false.  A health value the probe cannot read fills the reply with a failure
 // and yet answers true, so an agent that writes a bad file does not stop the
 // line.  A time-out of the station info file that cannot be read is a failure.
+#include "station/HealthProbes.h"
+
 #include <stdint.h>
 #include <time.h>
 
@@ -15,11 +17,10 @@
 #include "foundation/Constants.h"
 #include "foundation/FileBasics.h"
 #include "foundation/Log.h"
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
-#include "interface/Reply.h"
-#include "session/UUT.h"
 
 namespace {
 
@@ -27,15 +28,15 @@ void fillFailure(BKReplyHandle reply, unsigned message, const std::string& text)
   if (reply == nullptr) return;
   CBKReply* target = static_cast<CBKReply*>(reply);
   target->setData(text);
-  target->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
+  target->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, message));
 }
 
 void fillPass(BKReplyHandle reply) {
-  if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  if (reply != nullptr) static_cast<CBKReply*>(reply)->setStatus(bkBuildStatus(BK_PASS, 0, 0));
 }
 
-// Seconds from `then` to `now`, wrapped to 32 bits as the agents' readers
-// have always taken it.
+// Seconds from `then` to `now`, wrapped to 32 bits: the health agent writes
+// 32-bit stamps and its readers compare them so.
 int32_t elapsed32(int64_t now, int64_t then) {
   return static_cast<int32_t>(static_cast<uint32_t>(now) - static_cast<uint32_t>(then));
 }
@@ -72,11 +73,10 @@ Json::Value stationValue(const char* key) { return getKSInfo()->getValueFor("ksi
     return true;                                     \
   } while (0)
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace probe {
 
-bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
-  (void)handle;
+bool BK_isEtherNetOK(const std::string& uid, CBKReply* reply) {
+  (void)uid;
   const unsigned message = BK_MSG_ERROR_ETHERNET_NOT_RESPONDING;
   getSHCheck()->refresh();
   if (!Util_fileExists(stationHealthCheckFilePath)) {
@@ -97,8 +97,7 @@ bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
   return true;
 }
 
-bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
-  const std::string uid = bkUIDOf(handle);
+bool BK_isNetWorkOK(const std::string& uid, CBKReply* reply) {
   const unsigned message = BK_MSG_ERROR_NETWORK_NOT_RESPONDING;
   getSHCheck()->refresh();
   if (!Util_fileExists(stationHealthCheckFilePath)) {
@@ -130,8 +129,7 @@ bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
   return true;
 }
 
-bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
-  const std::string uid = bkUIDOf(handle);
+bool BK_isKestrelOK(const std::string& uid, CBKReply* reply) {
   const unsigned message = BK_MSG_ERROR_KESTREL_NOT_RESPONDING;
   getSHCheck()->refresh();
   if (!Util_fileExists(stationHealthCheckFilePath)) {
@@ -168,8 +166,7 @@ bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
   return true;
 }
 
-bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
-  const std::string uid = bkUIDOf(handle);
+bool BK_isMartenRunning(const std::string& uid, CBKReply* reply) {
   const unsigned message = BK_MSG_ERROR_MARTEN_NOT_RUNNING;
   // The forwarding agent rewrites the health file: its age alone tells
   // whether the agent runs, so the contents are not re-read.
@@ -195,28 +192,4 @@ bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
   return true;
 }
 
-}  // namespace unguarded
-
-bool BK_isEtherNetOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isEtherNetOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_isNetWorkOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isNetWorkOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_isKestrelOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isKestrelOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_isMartenRunning(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isMartenRunning(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
+}  // namespace probe

@@ -2,6 +2,8 @@
 // station info sample carries no signature, so it fails the signature check
 // until the station-management agent replaces it.  The health sample keeps
 // the forwarding agent's own spelling of its keys ("sucessful").
+#include "station/StationFileWriters.h"
+
 #include <sys/time.h>
 
 #include <iomanip>
@@ -15,7 +17,6 @@
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 
 namespace {
 
@@ -171,8 +172,7 @@ void writeSample(const char* fileName, const std::string& text) {
 
 }  // namespace
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace stationfiles {
 
 void CreateStationInfoFile() {
   std::string text;
@@ -200,12 +200,4 @@ void CreateStationHealthFile() {
   writeSample(stationHealthCheck, text);
 }
 
-}  // namespace unguarded
-
-void CreateStationInfoFile() {
-  bkGuardVoid(__func__, [] { unguarded::CreateStationInfoFile(); });
-}
-
-void CreateStationHealthFile() {
-  bkGuardVoid(__func__, [] { unguarded::CreateStationHealthFile(); });
-}
+}  // namespace stationfiles

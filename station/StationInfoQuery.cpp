@@ -1,15 +1,17 @@
-// BK_getKSStationInfo: one text of the station info file, by a fixed number,
+// One text of the station info file, by a fixed number,
 // handed over in two calls (first the length, then the text into the
 // caller's buffer).
+#include "station/StationInfoQuery.h"
+
 #include <stdint.h>
 #include <string.h>
 
 #include <string>
 
+#include "foundation/FailReply.h"
+#include "foundation/Log.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
-#include "session/UUT.h"
 
 namespace {
 
@@ -78,15 +80,10 @@ std::string keyNameFor(const std::string& uid, int key) {
 
 }  // namespace
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace stationinfo {
 
-BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
-                                  unsigned long long* length) {
-  CBKReply* reply = new CBKReply();
-  if (handle == nullptr && length != nullptr) *length = 0;
-  BK_RETURN_IF_NULL(reply, handle, "ahKSStation");
-  const std::string uid = bkUIDOf(handle);
+void BK_getKSStationInfo(const std::string& uid, int key, char** value, unsigned long long* length,
+                         CBKReply* reply) {
   BK_LOG(uid, "Entering BK_getKSStationInfo");
 
   const std::string name = keyNameFor(uid, key);
@@ -113,7 +110,7 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
                              "] required for key [" + name +
                              "] needs to be passed in the next call.";
         reply->setData(answer);
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         BK_LOG(uid, answer);
       }
     } else if (textLength == 0 || name == kWrongKey) {
@@ -125,7 +122,7 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
       std::string answer =
           "Value obtained for KEY [" + name + "] = [" + text + "] from ks_station_info.json file";
       reply->setData(answer);
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       BK_LOG(uid, answer);
     } else {
       fail("API parameters did not get passed in correctly for key [" + name + "]");
@@ -133,14 +130,6 @@ BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
   }
 
   BK_LOG(uid, "Exiting BK_getKSStationInfo");
-  return reply;
 }
 
-}  // namespace unguarded
-
-BKReplyHandle BK_getKSStationInfo(UUTHandle handle, int key, char** value,
-                                  unsigned long long* length) {
-  return bkGuard(__func__, [&] {
-    return unguarded::BK_getKSStationInfo(bkLiveSession(handle), key, value, length);
-  });
-}
+}  // namespace stationinfo

@@ -1,6 +1,8 @@
 // Version checks of the station's software.  Three are placeholders that
 // stations already call; the forwarding agent's check compares its version
 // file with a fixed minimum.
+#include "station/VersionChecks.h"
+
 #include <stdlib.h>
 
 #include <fstream>
@@ -10,26 +12,24 @@
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "foundation/OutputFile.h"
+#include "foundation/Reply.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
-#include "interface/Reply.h"
-#include "session/UUT.h"
 
 namespace {
 
-bool passPlaceholder(UUTHandle handle, BKReplyHandle reply) {
-  BK_LOG(bkUIDOf(handle), "");
+bool passPlaceholder(const std::string& uid, CBKReply* reply) {
+  BK_LOG(uid, "");
   if (reply != nullptr) {
-    CBKReply* target = static_cast<CBKReply*>(reply);
-    target->setData("");
-    target->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setData("");
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   }
   return true;
 }
 
 // "3.0.0.0" -> 3000000: dots become zeros and the text is padded to six
-// digits.  Agents have always compared versions this way, so "3.1" (301000)
-// ranks below "3.0.0.0"; it stays.
+// digits.  The forwarding agent compares versions this way, so "3.1"
+// (301000) ranks below "3.0.0.0".
 int versionNumber(std::string version) {
   for (char& c : version) {
     if (c == '.') c = '0';
@@ -40,19 +40,18 @@ int versionNumber(std::string version) {
 
 }  // namespace
 
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace version {
 
-bool BK_isStationSWVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return passPlaceholder(handle, reply);
+bool BK_isStationSWVersionOK(const std::string& uid, CBKReply* reply) {
+  return passPlaceholder(uid, reply);
 }
 
-bool BK_isMartenVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return passPlaceholder(handle, reply);
+bool BK_isMartenVersionOK(const std::string& uid, CBKReply* reply) {
+  return passPlaceholder(uid, reply);
 }
 
-bool BK_isOtterVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return passPlaceholder(handle, reply);
+bool BK_isOtterVersionOK(const std::string& uid, CBKReply* reply) {
+  return passPlaceholder(uid, reply);
 }
 
 bool BK_checkMartenVersion(std::string* read, std::string* libraryVersion, std::string* required) {
@@ -80,32 +79,9 @@ bool BK_checkMartenVersion(std::string* read, std::string* libraryVersion, std::
     return true;
   }
   const std::string minimum = "3.0.0.0";
-  *libraryVersion += BK_getVersion();
+  *libraryVersion += bk::kLibraryVersion;
   *required += minimum;
   return versionNumber(*read) >= versionNumber(minimum);
 }
 
-}  // namespace unguarded
-
-bool BK_isStationSWVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isStationSWVersionOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_isMartenVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isMartenVersionOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_isOtterVersionOK(UUTHandle handle, BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] {
-    return unguarded::BK_isOtterVersionOK(bkLiveSession(handle), bkLiveReply(reply));
-  });
-}
-
-bool BK_checkMartenVersion(std::string* read, std::string* libraryVersion, std::string* required) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_checkMartenVersion(read, libraryVersion, required); });
-}
+}  // namespace version

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "foundation/StationFiles.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "sfc/ThreadSupport.h"
 #include "sfc/UnitCheckThread.h"
 #include "support/SessionRun.h"

@@ -14,7 +14,7 @@
 #include <string>
 
 #include "data/ResultsDocument.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "support/SessionRun.h"
 
 using namespace bk_test;

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
 #include "support/SessionRun.h"
 
 namespace {

@@ -10,7 +10,8 @@
 #include <vector>
 
 #include "data/ResultsDocument.h"
-#include "data/ValueScanners.h"
+#include "data/ValueValidators.h"
+#include "foundation/TextScanners.h"
 #include "support/SessionRun.h"
 
 using namespace bk_test;

@@ -6,9 +6,9 @@
 #include <climits>
 #include <string>
 
-#include "identity/Exceptions.h"
-#include "identity/TextScanners.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
+#include "foundation/TextError.h"
+#include "foundation/TextScanners.h"
 #include "support/StationSession.h"
 
 using namespace std::string_literals;

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/Status.h"
 #include "session/UUT.h"
 #include "support/TestSupport.h"
 

@@ -8,9 +8,9 @@
 #include <string>
 #include <thread>
 
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
-#include "interface/Reply.h"
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "signature/RawTextCutters.h"
 #include "support/SessionRun.h"
 

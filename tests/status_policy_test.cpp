@@ -1,10 +1,10 @@
 // Status words under the station's fail policy, and the reply accessors.
 #include <gtest/gtest.h>
 
+#include "foundation/Reply.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/Reply.h"
-#include "interface/Status.h"
 #include "support/TestSupport.h"
 
 namespace {

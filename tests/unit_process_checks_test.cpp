@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 #include "support/StationSession.h"
 
 namespace {

@@ -1,8 +1,8 @@
-#include "identity/TextScanners.h"
+#include "foundation/TextScanners.h"
 
 #include <sstream>
 
-#include "identity/Exceptions.h"
+#include "foundation/TextError.h"
 
 bool bkIsDigit(char c) { return c >= '0' && c <= '9'; }
 bool bkIsAlpha(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
@@ -64,4 +64,39 @@ void verifyAlphaNumericPlusPeriod(std::string text, unsigned long first, unsigne
                 << "position " << i + 1 << " is not alphanumeric or '.' ";
         throw new exception_with_string(message.str());
       });
+}
+
+namespace {
+
+// The servers accept these alphabets; the C locale's classes keep a station
+// that changes its locale from changing them.
+bool numericChar(char c) {
+  return bkIsDigit(c) || c == '.' || c == '-' || c == 'e' || c == '+' || c == 'E';
+}
+bool timeStampChar(char c) { return bkIsDigit(c) || c == ':' || c == '-' || c == ' '; }
+bool stationIDChar(char c) {
+  return bkIsDigit(c) || bkIsAlpha(c) || c == '_' || c == '-' || c == '.';
+}
+
+template <typename Accept>
+void scanValue(const std::string& text, size_t first, size_t last, Accept accept,
+               const char* prefix, const char* complaint) {
+  scan(text, first, last, accept, [&](unsigned long i) {
+    throw new exception_with_string(std::string(prefix) + text + ": Illegal characters @" +
+                                    "position " + std::to_string(i + 1) + complaint);
+  });
+}
+
+}  // namespace
+
+void verifySetValueNumericPlusPeriod(const std::string& text, size_t first, size_t last) {
+  scanValue(text, first, last, numericChar, "", " is not a valid numeric value");
+}
+
+void verifyDateTimeStamp(const std::string& text, size_t first, size_t last) {
+  scanValue(text, first, last, timeStampChar, "", " is not a valid numeric value");
+}
+
+void verifyStationID(const std::string& text, size_t first, size_t last) {
+  scanValue(text, first, last, stationIDChar, "verifyStationID", " is not alphanumeric or _");
 }

@@ -1,7 +1,7 @@
 // Errors that carry one text from the rule that failed to the one place that
 // reports it.  They are thrown by pointer; the catcher deletes them.
-#ifndef BRAMBLEKIT_IDENTITY_EXCEPTIONS_H_
-#define BRAMBLEKIT_IDENTITY_EXCEPTIONS_H_
+#ifndef BRAMBLEKIT_FOUNDATION_TEXTERROR_H_
+#define BRAMBLEKIT_FOUNDATION_TEXTERROR_H_
 
 #include <string>
 
@@ -30,4 +30,4 @@ class BK_SNException_badChecksum : public exception_with_string {
   explicit BK_SNException_badChecksum(const std::string& text) : exception_with_string(text) {}
 };
 
-#endif  // BRAMBLEKIT_IDENTITY_EXCEPTIONS_H_
+#endif  // BRAMBLEKIT_FOUNDATION_TEXTERROR_H_

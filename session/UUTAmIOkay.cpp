@@ -7,11 +7,14 @@
 #include <memory>
 #include <string>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
+#include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
-#include "interface/EntryFrame.h"
 #include "session/UUT.h"
+#include "signature/StationInfoSignature.h"
+#include "station/HealthProbes.h"
 
 namespace {
 
@@ -44,12 +47,12 @@ const AmIOkayCheck kOutOfProcess = {
 // ACTIVE for the integer 1 and for an entry that is no integer; a missing
 // key or another integer is PASSIVE.  This reads the message key alone,
 // unlike the status policy.
-bool isActive(const char* policyKey) { return readLifelineEntry(policyKey).active(); }
+bool isActive(const char* policyKey) { return FailPolicy::activeWhenOne(policyKey); }
 
 // The short text of a server's out-of-process answer: what follows the
-// phrase, up to the last comma.  The phrase is looked for the way agents and
-// servers have always agreed on: the underscore form only when the blank
-// form opens the text, and a miss (-1) skips the first 18 characters.
+// phrase, up to the last comma.  The phrase is looked for as the servers
+// write it: the underscore form only when the blank form opens the text, and
+// a miss (-1) skips the first 18 characters.
 std::string trimOutOfProcessAnswer(const std::string& answer) {
   const int32_t phraseLength = 19;
   int32_t position = static_cast<int32_t>(answer.find("UNIT OUT OF PROCESS"));
@@ -68,8 +71,8 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   CBKReply* reply = owned.get();
 
   // A failed signature is always ACTIVE: no policy may wave it through.
-  if (!BK_isSignatureOK(reply)) {
-    std::string detail = BK_reply_getError(reply);
+  if (!signaturecheck::BK_isSignatureOK(reply)) {
+    std::string detail = reply->getData();
     pendingFailure = true;
     pendingFailureActive = true;
     pendingFailureName = "Signature  NOT OK [ACTIVE]:";
@@ -95,21 +98,21 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
       pendingFailureName = check.passiveLabel;
       BK_LOG(UID, text);
       reply->setData(text);
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     }
     return owned.release();
   };
 
-  if (!BK_isMartenRunning(this, reply)) {
-    return recordFailure(kMarten, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isMartenRunning(UID, reply)) {
+    return recordFailure(kMarten, reply->getData(), nullptr);
   }
   BK_LOG(UID, kMarten.okLine);
-  if (!BK_isEtherNetOK(this, reply)) {
-    return recordFailure(kEthernet, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isEtherNetOK(UID, reply)) {
+    return recordFailure(kEthernet, reply->getData(), nullptr);
   }
   BK_LOG(UID, kEthernet.okLine);
-  if (!BK_isNetWorkOK(this, reply)) {
-    return recordFailure(kNetwork, BK_reply_getError(reply), nullptr);
+  if (!probe::BK_isNetWorkOK(UID, reply)) {
+    return recordFailure(kNetwork, reply->getData(), nullptr);
   }
   BK_LOG(UID, kNetwork.okLine);
 
@@ -117,51 +120,29 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   if (serialNumber.empty()) {
     const std::string text = " Called wihtout the serial number, no UOP/SFC_QUERY_UNIT for now.";
     reply->setData(text);
-    reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+    reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     BK_LOG(UID, text);
     return owned.release();
   }
 
   if (!validateSerialNumber(reply, serialNumber)) {
-    return recordFailure(kSerialNumber, BK_reply_getError(reply), nullptr);
+    return recordFailure(kSerialNumber, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSerialNumber.okLine);
-  if (!BK_isSFCQueryUnitOK(this, reply, serialNumber.c_str())) {
-    return recordFailure(kSFCQuery, BK_reply_getError(reply), nullptr);
+  if (!unitcheck::BK_isSFCQueryUnitOK(unitCheckView(), reply)) {
+    return recordFailure(kSFCQuery, reply->getData(), nullptr);
   }
   BK_LOG(UID, kSFCQuery.okLine);
   // Here a true answer is the failure.
-  if (BK_isUnitOutOfProcess(this, reply, serialNumber.c_str())) {
-    return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(BK_reply_getError(reply)),
+  if (unitcheck::BK_isUnitOutOfProcess(UID, reply)) {
+    return recordFailure(kOutOfProcess, trimOutOfProcessAnswer(reply->getData()),
                          "NO response from server or server is unavailable, empty response file");
   }
   BK_LOG(UID, kOutOfProcess.okLine);
 
   const std::string none = "FATAL ERROR FOUND: NONE";
   reply->setData(none);
-  reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+  reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   BK_LOG(UID, none);
   return owned.release();
-}
-
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
-
-BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
-  CUUT* uut = static_cast<CUUT*>(handle);
-  BK_LOG_ENTRY(uut->getUID());
-  delete reply;
-  // A NULL serial number means the same as an empty one: station checks only.
-  CBKReply* result = uut->checkAMIOK(serialNumber != nullptr ? serialNumber : "");
-  BK_LOG(uut->getUID(), "Leaving BK_amIOkay");
-  return result;
-}
-
-}  // namespace unguarded
-
-BKReplyHandle BK_amIOkay(UUTHandle handle, const char* serialNumber) {
-  return bkGuard(__func__,
-                 [&] { return unguarded::BK_amIOkay(bkLiveSession(handle), serialNumber); });
 }

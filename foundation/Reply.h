@@ -1,6 +1,6 @@
 // The object behind every BKReplyHandle: one status word and an optional text.
-#ifndef BRAMBLEKIT_INTERFACE_REPLY_H_
-#define BRAMBLEKIT_INTERFACE_REPLY_H_
+#ifndef BRAMBLEKIT_FOUNDATION_REPLY_H_
+#define BRAMBLEKIT_FOUNDATION_REPLY_H_
 
 #include <stddef.h>
 
@@ -14,6 +14,8 @@ class CBKReply {
   ~CBKReply();
 
   unsigned getStatus() const { return status; }
+  // What BK_success answers for this reply: the fail bit is clear.
+  bool succeeded() const { return static_cast<int>(status) >= 0; }
   void setStatus(unsigned newStatus) { status = newStatus; }
   // The text, or "" (with a note on standard output) when none was set.
   const char* getData();
@@ -28,4 +30,4 @@ class CBKReply {
   char* data;
 };
 
-#endif  // BRAMBLEKIT_INTERFACE_REPLY_H_
+#endif  // BRAMBLEKIT_FOUNDATION_REPLY_H_

@@ -1,4 +1,4 @@
-#include "station/Features.h"
+#include "foundation/StationFeatures.h"
 
 #include "foundation/StationFiles.h"
 

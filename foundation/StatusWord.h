@@ -3,8 +3,8 @@
 // A status word is (fail << 31) | (class << 20) | message.  Whether a fault
 // becomes a real failure is the station's choice, kept in the "lifeline"
 // object of its station info file: 1 ACTIVE, 0 PASSIVE, anything else OFF.
-#ifndef BRAMBLEKIT_INTERFACE_STATUS_H_
-#define BRAMBLEKIT_INTERFACE_STATUS_H_
+#ifndef BRAMBLEKIT_FOUNDATION_STATUSWORD_H_
+#define BRAMBLEKIT_FOUNDATION_STATUSWORD_H_
 
 #include <string>
 
@@ -16,8 +16,6 @@ extern const char* const BKMessageClassNames[33];
 // Names of the messages, by number; they are also the keys of "lifeline".
 // Entry 31 runs two words together: station files use that long key.
 extern const char* const BKMessageNumberNames[36];
-extern const char* const BKMessageClassStrings[33];
-extern const char* const BKMessageNumberStrings[36];
 
 // The class name for a class value, by the trailing-zeros rule.
 const char* bkClassName(unsigned msgClass);
@@ -33,4 +31,18 @@ inline constexpr unsigned bkFailureStatus(unsigned msgClass, unsigned message) {
   return kStatusFailBit | (msgClass << 20) | message;
 }
 
-#endif  // BRAMBLEKIT_INTERFACE_STATUS_H_
+// The policy rules behind the exported status functions.  They carry the
+// exported names because their log lines name them.
+namespace statusword {
+bool BK_isLifelineMessageOFF(unsigned msgClass, unsigned message);
+bool BK_isLifelineClassOFF(unsigned msgClass, unsigned message);
+bool BK_isFailPassive(unsigned msgClass, unsigned message);
+unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message);
+}  // namespace statusword
+
+// The status word for a fault under the station's fail policy.
+inline unsigned bkBuildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
+  return statusword::BK_buildStatus(result, msgClass, message);
+}
+
+#endif  // BRAMBLEKIT_FOUNDATION_STATUSWORD_H_

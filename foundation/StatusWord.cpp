@@ -1,10 +1,10 @@
-#include "interface/Status.h"
+#include "foundation/StatusWord.h"
 
 #include <json/json.h>
 
+#include "foundation/FailPolicy.h"
 #include "foundation/Log.h"
 #include "foundation/StationFiles.h"
-#include "interface/EntryFrame.h"
 
 // clang-format off
 const char* const BKMessageClassNames[33] = {
@@ -33,16 +33,6 @@ const char* const BKMessageNumberNames[36] = {
     "BK_MSG_STATION_OUTLIERBK_MSG_ERROR_INVALID_SIGNATURE", "BK_MSG_ERROR_INVALID_ATTRIBUTE",
     "BK_MSG_ERROR_SFC_QUERY_UNIT", "BK_MSG_ERROR_CANOPY_AMIOKAY", ""};
 
-// Descriptions were planned for every entry; none was ever written.
-const char* const BKMessageClassStrings[33] = {
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-};
-const char* const BKMessageNumberStrings[36] = {
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-    "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-};
-
 const char* bkClassName(unsigned msgClass) {
   if (msgClass == 0) return BKMessageClassNames[0];
   return BKMessageClassNames[__builtin_ctz(msgClass) + 1];
@@ -55,28 +45,21 @@ const char* bkMessageName(unsigned message) {
 // The signature message can never be switched off or made passive.
 static const unsigned kSignatureMessage = BK_MSG_ERROR_INVALID_SIGNATURE;
 
-// The integers 0 and 1 are policy entries, and so is a value that is there
-// but no integer, which reads as ACTIVE.  A missing key or any other integer
-// means OFF.
-static bool isPolicyEntry(const LifelineEntry& entry) { return entry.is(0) || entry.active(); }
-
-// The work of the exported functions; the boundary below guards each.
-namespace unguarded {
+namespace statusword {
 
 bool BK_isLifelineMessageOFF(unsigned, unsigned message) {
   if (message == kSignatureMessage) return false;
-  return !isPolicyEntry(readLifelineEntry(bkMessageName(message)));
+  return FailPolicy::switchesOff(bkMessageName(message));
 }
 
 bool BK_isLifelineClassOFF(unsigned msgClass, unsigned) {
-  return !isPolicyEntry(readLifelineEntry(bkClassName(msgClass)));
+  return FailPolicy::switchesOff(bkClassName(msgClass));
 }
 
 bool BK_isFailPassive(unsigned msgClass, unsigned message) {
   if (message == kSignatureMessage) return false;
   const char* messageName = bkMessageName(message);
-  const LifelineEntry byIDEntry = readLifelineEntry(messageName);
-  const bool byIDActive = byIDEntry.active();
+  const bool byIDActive = FailPolicy::activeWhenOne(messageName);
   bool byID = false;
   if (!BK_isLifelineMessageOFF(msgClass, message)) {
     byID = true;
@@ -90,7 +73,7 @@ bool BK_isFailPassive(unsigned msgClass, unsigned message) {
     // Indexed by the class value itself, not by its bit position.  Read as a
     // boolean: only an integer 0 is PASSIVE; a missing entry counts as true.
     const char* className = msgClass < 33 ? BKMessageClassNames[msgClass] : "";
-    byClassActive = !readLifelineEntry(className).is(0);
+    byClassActive = !FailPolicy::classPassive(className);
     BK_LOG(kBlankUID, "lifeline by class => name: '" << className << "'  state: '"
                                                      << (byClassActive ? "ACTIVE" : "PASSIVE")
                                                      << "'");
@@ -114,29 +97,4 @@ unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned me
   return kStatusFailBit | word;
 }
 
-}  // namespace unguarded
-
-bool BK_isLifelineMessageOFF(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isLifelineMessageOFF(msgClass, message); });
-}
-
-bool BK_isLifelineClassOFF(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isLifelineClassOFF(msgClass, message); });
-}
-
-// A message without a numeric entry makes the look-up throw: the answer is
-// then "not passive".
-bool BK_isFailPassive(unsigned msgClass, unsigned message) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_isFailPassive(msgClass, message); });
-}
-
-// After an exception the word is a failure: the policy could not be read.
-unsigned BK_buildStatus(BK_PASSFAILRESULT result, unsigned msgClass, unsigned message) {
-  return bkGuardValue(
-      __func__, kStatusFailBit | (msgClass << 20) | message, [&, raw = static_cast<int>(result)] {
-        return unguarded::BK_buildStatus(static_cast<BK_PASSFAILRESULT>(raw), msgClass, message);
-      });
-}
+}  // namespace statusword

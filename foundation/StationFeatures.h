@@ -1,6 +1,6 @@
 // Feature switches of the station info file ("ON" / "OFF" under "ksinfo").
-#ifndef BRAMBLEKIT_STATION_FEATURES_H_
-#define BRAMBLEKIT_STATION_FEATURES_H_
+#ifndef BRAMBLEKIT_FOUNDATION_STATIONFEATURES_H_
+#define BRAMBLEKIT_FOUNDATION_STATIONFEATURES_H_
 
 #include <string>
 
@@ -10,4 +10,4 @@ bool Util_featureON(const std::string& name);
 // all; a missing key is neither on nor off.
 bool Util_featureOFF(const std::string& name);
 
-#endif  // BRAMBLEKIT_STATION_FEATURES_H_
+#endif  // BRAMBLEKIT_FOUNDATION_STATIONFEATURES_H_

@@ -1,11 +1,11 @@
-#include "interface/Reply.h"
+#include "foundation/Reply.h"
 
 #include <stdio.h>
 #include <string.h>
 
 #include <new>
 
-#include "interface/LiveHandles.h"
+#include "foundation/LiveHandles.h"
 
 CBKReply::CBKReply() : size(sizeof(CBKReply)), status(0), data(nullptr) {
   bkHandleAdd(this, BKHandleKind::Reply);

@@ -6,8 +6,10 @@
 // with the high bit set belongs to none of them.  A position at or past the
 // end reads as the terminating NUL, which no class accepts, so a scan whose
 // last position lies beyond the text stops there.
-#ifndef BRAMBLEKIT_IDENTITY_TEXTSCANNERS_H_
-#define BRAMBLEKIT_IDENTITY_TEXTSCANNERS_H_
+#ifndef BRAMBLEKIT_FOUNDATION_TEXTSCANNERS_H_
+#define BRAMBLEKIT_FOUNDATION_TEXTSCANNERS_H_
+
+#include <stddef.h>
 
 #include <string>
 
@@ -20,9 +22,17 @@ void verifyChunkIsAscii(std::string text, unsigned long first, unsigned long las
 // whose message counts positions from 1.
 void verifyAlphaNumericPlusPeriod(std::string text, unsigned long first, unsigned long last);
 
+// The scanners of the texts that go into the results document: numbers,
+// time stamps and station ids.  Only the alphabet is checked, never order or
+// range, so "e+-" passes as a number and "99:99-" as a time.  They throw a
+// plain exception_with_string whose message counts positions from 1.
+void verifySetValueNumericPlusPeriod(const std::string& text, size_t first, size_t last);
+void verifyDateTimeStamp(const std::string& text, size_t first, size_t last);
+void verifyStationID(const std::string& text, size_t first, size_t last);
+
 // The C-locale classes, for the validators that test single positions.
 bool bkIsDigit(char c);
 bool bkIsAlpha(char c);
 bool bkIsPrint(char c);
 
-#endif  // BRAMBLEKIT_IDENTITY_TEXTSCANNERS_H_
+#endif  // BRAMBLEKIT_FOUNDATION_TEXTSCANNERS_H_

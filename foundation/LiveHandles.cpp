@@ -1,4 +1,4 @@
-#include "interface/LiveHandles.h"
+#include "foundation/LiveHandles.h"
 
 #include <mutex>
 #include <unordered_map>

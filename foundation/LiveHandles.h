@@ -3,8 +3,8 @@
 // freed, foreign or wrong-kind pointer is then answered like a NULL one
 // instead of being read.  An address that a new object of the same kind
 // reuses is live again; nothing more can be told from a bare pointer.
-#ifndef BRAMBLEKIT_INTERFACE_LIVEHANDLES_H_
-#define BRAMBLEKIT_INTERFACE_LIVEHANDLES_H_
+#ifndef BRAMBLEKIT_FOUNDATION_LIVEHANDLES_H_
+#define BRAMBLEKIT_FOUNDATION_LIVEHANDLES_H_
 
 enum class BKHandleKind { Session, TestSpec, TestResult, Reply };
 
@@ -18,4 +18,4 @@ Handle bkLive(Handle handle, BKHandleKind kind) {
   return bkHandleLive(handle, kind) ? handle : nullptr;
 }
 
-#endif  // BRAMBLEKIT_INTERFACE_LIVEHANDLES_H_
+#endif  // BRAMBLEKIT_FOUNDATION_LIVEHANDLES_H_
