@@ -33,6 +33,17 @@ inline void check(BKReplyHandle reply, const char* what) {
   BK_reply_destroy(reply);
 }
 
+// An open session with the four attributes done needs.
+inline UUTHandle startUnit() {
+  UUTHandle unit = nullptr;
+  check(BK_UUTStart(&unit), "start");
+  check(BK_addAttribute(unit, "serialnumber", "C0212ABCDEF"), "serial number");
+  check(BK_addAttribute(unit, "softwarename", "bench-station"), "software name");
+  check(BK_addAttribute(unit, "softwareversion", "1.0"), "software version");
+  check(BK_addAttribute(unit, "limitsversion", "L-1"), "limits version");
+  return unit;
+}
+
 }  // namespace bk_bench
 
 #endif  // BRAMBLEKIT_BENCH_BENCHSUPPORT_H_

@@ -37,12 +37,7 @@ std::string commitLargeSession() {
   Json::Value info = bk_test::sampleStationInfo();
   info["ksinfo"]["SIGNATURE_EXPIRATION"] = static_cast<Json::Int64>(time(nullptr) + 3600);
   bk_test::writeSignedStationFiles(info, bk_test::sampleHealth());
-  UUTHandle unit = nullptr;
-  check(BK_UUTStart(&unit), "start");
-  check(BK_addAttribute(unit, "serialnumber", "C0212ABCDEF"), "serial number");
-  check(BK_addAttribute(unit, "softwarename", "bench-station"), "software name");
-  check(BK_addAttribute(unit, "softwareversion", "1.0"), "software version");
-  check(BK_addAttribute(unit, "limitsversion", "L-1"), "limits version");
+  UUTHandle unit = bk_bench::startUnit();
   testSpecHandle spec = BK_testSpec_create();
   testResultHandle result = BK_testResult_create();
   BK_testSpec_setLimits(spec, "0.5", 3, "1.5", 3);

@@ -44,16 +44,7 @@ using bk_bench::check;
 using bk_bench::Clock;
 using bk_bench::median;
 using bk_bench::msSince;
-
-UUTHandle startUnit() {
-  UUTHandle unit = nullptr;
-  check(BK_UUTStart(&unit), "start");
-  check(BK_addAttribute(unit, "serialnumber", "C0212ABCDEF"), "serial number");
-  check(BK_addAttribute(unit, "softwarename", "bench-station"), "software name");
-  check(BK_addAttribute(unit, "softwareversion", "1.0"), "software version");
-  check(BK_addAttribute(unit, "limitsversion", "L-1"), "limits version");
-  return unit;
-}
+using bk_bench::startUnit;
 
 void addParametric(UUTHandle unit, testSpecHandle spec, testResultHandle result, int index) {
   char sub[32];

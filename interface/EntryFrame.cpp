@@ -23,5 +23,5 @@ void bkFailForException(CBKReply* reply, const char* name) {
   } catch (...) {
     // No room for the text: the status alone tells the failure.
   }
-  reply->setStatus(kStatusFailBit | (BK_MSG_CLASS_API_ERROR << 20) | BK_MSG_ERROR_API_UNHANDLED);
+  reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
 }

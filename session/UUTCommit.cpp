@@ -81,13 +81,13 @@ void writeText(std::ofstream& out, const std::string& text) {
 // Fails the reply of commit at the caller's line, logging the text as an
 // error once or twice.  A macro, so that the line and the function logged are
 // those of the step that failed.
-#define COMMIT_FAIL(message, text, twice)                                         \
-  do {                                                                            \
-    const std::string commit_text_ = (text);                                      \
-    reply->setData(commit_text_);                                                 \
-    reply->setStatus(BK_buildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, (message))); \
-    BK_LOG_ERROR(commit_text_);                                                   \
-    if (twice) BK_LOG_ERROR(commit_text_);                                        \
+#define COMMIT_FAIL(message, text, twice)                                        \
+  do {                                                                           \
+    const std::string commit_text_ = (text);                                     \
+    reply->setData(commit_text_);                                                \
+    reply->setStatus(bkBuildStatus(BK_FAIL, BK_MSG_CLASS_API_ERROR, (message))); \
+    BK_LOG_ERROR(commit_text_);                                                  \
+    if (twice) BK_LOG_ERROR(commit_text_);                                       \
   } while (0)
 
 // The same for a session that is held back as UID.did: the fail bit is set
@@ -143,11 +143,11 @@ CBKReply* CUUT::commit(bool pass) {
         BK_LOG(UID, "Commit(BK_PASS): An amIOK failure");
         attributes["test_result"] = "FAIL";
         if (!pendingFailureActive) attributes["override"] = "1";
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       } else if (testFailures == 0 && testPasses != 0) {
         BK_LOG(UID, "Commit(BK_PASS): testFailures[0] and testPasses[1 or more]");
         attributes["test_result"] = "PASS";
-        reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+        reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       } else {
         BK_LOG(UID, "Commit(BK_PASS): testFailures[at least 1] Failing the test");
         attributes["test_result"] = "FAIL";
@@ -174,7 +174,7 @@ CBKReply* CUUT::commit(bool pass) {
         attributes["test_result"] = "PASS";
       }
       // The commit itself worked.
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     }
 
     if (!wasAttributeSerialNumberCreated()) {
@@ -315,7 +315,7 @@ CBKReply* CUUT::commit(bool pass) {
       }
       Util_syncDirectory(vaultuutdataPath);
       BK_LOG(UID, "Test results committed");
-      reply->setStatus(BK_buildStatus(BK_PASS, 0, 0));
+      reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
     }
   } catch (...) {
     COMMIT_FAIL(BK_MSG_ERROR_API_UNHANDLED, std::string("commit") + "WHOOPS! unhandled exception!",
