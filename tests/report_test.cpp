@@ -53,6 +53,9 @@ std::string commitUnit(const char* serial, bool failing) {
   for (const auto& entry : fs::directory_iterator(kData + "/uut_data")) before.insert(entry.path());
   UUTHandle unit = nullptr;
   ok(BK_UUTStart(&unit));
+  // Starts a minute and half a minute ago: the vault orders by start time,
+  // which two sessions within one second would share.
+  ok(BK_setStartTime(unit, time(nullptr) - (failing ? 60 : 30)));
   ok(BK_addAttribute(unit, "serialnumber", serial));
   ok(BK_addAttribute(unit, "softwarename", "report-station"));
   ok(BK_addAttribute(unit, "softwareversion", "3.2"));
