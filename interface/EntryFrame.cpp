@@ -2,8 +2,6 @@
 
 #include <exception>
 
-thread_local int BKBoundaryDepth::depth_ = 0;
-
 void bkLogEscapedException(const char* name) {
   std::string text = std::string(name) + " WHOOPS! unhandled exception!";
   try {

@@ -37,9 +37,8 @@
 // ---- The boundary: no exception reaches the station. ----------------------
 //
 // Every exported function runs its work through one of the guards below.
-// Only the outermost exported call on a thread translates: the library's own
-// calls of exported functions (done's health probes, the failure record's
-// test records) keep their exceptions for their own handlers.
+// Library code never calls an exported function, so each guard is the
+// outermost frame of the library on its thread.
 
 // Logs `name` + " WHOOPS! unhandled exception!" as an error, with the
 // exception's text when it has one.  Call only from inside a catch block.
@@ -49,25 +48,10 @@ void bkLogEscapedException(const char* name);
 // work did not happen.
 void bkFailForException(CBKReply* reply, const char* name);
 
-class BKBoundaryDepth {
- public:
-  BKBoundaryDepth() : outermost_(depth_++ == 0) {}
-  ~BKBoundaryDepth() { --depth_; }
-  BKBoundaryDepth(const BKBoundaryDepth&) = delete;
-  BKBoundaryDepth& operator=(const BKBoundaryDepth&) = delete;
-  bool outermost() const { return outermost_; }
-
- private:
-  static thread_local int depth_;
-  bool outermost_;
-};
-
 // Runs `work`; an exception it lets out is logged and answered by
 // `onException()`.
 template <typename Work, typename OnException>
 auto bkGuardWith(const char* name, Work&& work, OnException&& onException) -> decltype(work()) {
-  BKBoundaryDepth depth;
-  if (!depth.outermost()) return work();
   try {
     return work();
   } catch (...) {
