@@ -1,14 +1,11 @@
 #include "sfc/ClientBinding.h"
 
 #include <dlfcn.h>
-#include <openssl/err.h>
-#include <openssl/evp.h>
 #include <stdio.h>
 
 #include "foundation/Constants.h"
 #include "foundation/Log.h"
 #include "foundation/LogHousekeeping.h"
-#include "sfc/ThreadSupport.h"
 
 void* libSFCPostHandle = nullptr;
 std::atomic<int> sfcThreadsRunning{0};
@@ -29,11 +26,6 @@ void LoadlibBKSFCPost() {
   }
 }
 
-void InitSSL() {
-  OPENSSL_add_all_algorithms_noconf();
-  ERR_load_crypto_strings();
-}
-
 void unLoadlibBKSFCPost() {
   if (sfcThreadsRunning.load() > 0) {
     // A thread still in the client would run into unmapped code, and one
@@ -51,23 +43,6 @@ void unLoadlibBKSFCPost() {
       printf("Error unloading the libBKSFCPost.dylib:%s\n", error != nullptr ? error : "");
     }
   }
-}
-
-void cleanInitSSL() { EVP_cleanup(); }
-
-// Everything used here is constant-initialised or built on first use, so
-// the order among the library's static initialisers does not matter.
-__attribute__((constructor)) static void bramblekitLoad() {
-  // Before anything can start a thread.
-  sfcInstallAlarmHandler();
-  LoadlibBKSFCPost();
-  InitSSL();
-}
-
-// Runs after the static objects' teardown.
-__attribute__((destructor)) static void bramblekitUnload() {
-  unLoadlibBKSFCPost();
-  cleanInitSSL();
 }
 
 namespace {

@@ -19,11 +19,12 @@ extern void* libSFCPostHandle;
 // still be inside the client or about to log.
 extern std::atomic<int> sfcThreadsRunning;
 
-// Load-time and unload-time actions of the library.
+// Run once when the library is loaded and once when it is unloaded (see
+// interface/LibraryLoad.cpp): the client is opened, the log files are
+// rotated, and at unload the client is closed unless an SFC thread still
+// runs.
 void LoadlibBKSFCPost();
-void InitSSL();
 void unLoadlibBKSFCPost();
-void cleanInitSSL();
 
 // Wrappers with the client's names and arguments.  NULL when the client or
 // the function is missing, or when the client answered NULL.
