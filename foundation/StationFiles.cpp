@@ -76,8 +76,10 @@ CBKKSInfo::CBKKSInfo(const std::string& filePath)
                           "Refreshing ksinfo.json file at \"", "Failed to parse ksinfo.json\n"}) {}
 
 CBKKSInfo* CBKKSInfo::init(const std::string& filePath) {
-  static CBKKSInfo instance(filePath);
-  return &instance;
+  // Never destroyed: an SFC thread may still read the file while the
+  // process exits.
+  static CBKKSInfo* instance = new CBKKSInfo(filePath);
+  return instance;
 }
 
 CBKSHCheck::CBKSHCheck(const std::string& filePath)
@@ -86,8 +88,10 @@ CBKSHCheck::CBKSHCheck(const std::string& filePath)
                                     "Failed to parse Station_Health_Check.json\n"}) {}
 
 CBKSHCheck* CBKSHCheck::init(const std::string& filePath) {
-  static CBKSHCheck instance(filePath);
-  return &instance;
+  // Never destroyed: an SFC thread may still read the file while the
+  // process exits.
+  static CBKSHCheck* instance = new CBKSHCheck(filePath);
+  return instance;
 }
 
 LifelineEntry readLifelineEntry(const std::string& name) {

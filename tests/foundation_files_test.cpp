@@ -39,6 +39,24 @@ TEST(StationFiles, MissingKeysSectionsAndBrokenFiles) {
   EXPECT_EQ(info->getValueFor("ksinfo", "A"), "new");
 }
 
+// Runs after every static object of the process is gone, as late as a
+// still-running SFC thread could read a station file.
+bool readStationFileAtExit = false;
+__attribute__((destructor)) void stationFileReadAfterExit() {
+  if (readStationFileAtExit && getKSInfo()->getValueFor("ksinfo", "A") != "late") _exit(3);
+}
+
+TEST(StationFiles, StayReadableWhileTheProcessExits) {
+  EXPECT_EXIT(
+      {
+        bk_test::writeFile(bk_test::kStationInfoPath, "{\"ksinfo\": {\"A\": \"late\"}}");
+        getKSInfo()->refresh();
+        readStationFileAtExit = true;
+        exit(0);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
 TEST(Directories, CreateReportsWhatItMadeAndDeleteLeavesLinksAndFiles) {
   EXPECT_TRUE(Util_createDirectories("/tmp/a/b/c/"));
   EXPECT_FALSE(Util_createDirectories("/tmp/a/b/c"));
