@@ -16,7 +16,7 @@
 
 #include "foundation/Log.h"
 
-const size_t kBlobCompressionBlockSize = 256 * 1024;
+const size_t kBlobCompressionBlockSize = 512 * 1024;
 const size_t kBlobCompressionFlushInterval = 8192;
 const int kBlobCompressionMemLevel = 9;
 
