@@ -16,8 +16,9 @@
 
 #include "foundation/Log.h"
 
-const size_t kBlobCompressionBlockSize = 256 * 1024;
+const size_t kBlobCompressionBlockSize = 512 * 1024;
 const size_t kBlobCompressionFlushInterval = 8192;
+const int kBlobCompressionMemLevel = 9;
 
 namespace {
 
@@ -47,8 +48,8 @@ struct Block {
 class BlockDeflater {
  public:
   BlockDeflater() {
-    ready_ = deflateInit2(&stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -15, 8,
-                          Z_DEFAULT_STRATEGY) == Z_OK;
+    ready_ = deflateInit2(&stream_, Z_DEFAULT_COMPRESSION, Z_DEFLATED, -15,
+                          kBlobCompressionMemLevel, Z_DEFAULT_STRATEGY) == Z_OK;
   }
   ~BlockDeflater() {
     if (ready_) deflateEnd(&stream_);

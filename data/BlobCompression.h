@@ -10,6 +10,9 @@
 extern const size_t kBlobCompressionBlockSize;
 // Input bytes between two sync flushes.
 extern const size_t kBlobCompressionFlushInterval;
+// zlib's memLevel for the blocks: the largest hash table costs less time per
+// byte, and with a flush every 8 KiB the larger symbol buffer moves no block end.
+extern const int kBlobCompressionMemLevel;
 
 // Compresses `source` into `target` + ".gz" at zlib's default level, as one
 // gzip member.  Blocks are compressed on up to four threads, each primed with

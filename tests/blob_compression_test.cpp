@@ -71,12 +71,14 @@ std::string inflatePrefix(const std::string& packed) {
   return out;
 }
 
-// One zlib stream at the default level with a sync flush per 8 KiB: what a
-// single thread writes.  Each block's priming with the 32 KiB before it
-// leaves deflate where the single stream would be, so the bytes are the same.
+// One zlib stream at the default level, with the same memLevel and a sync
+// flush per 8 KiB: what a single thread writes.  Each block's priming with the
+// 32 KiB before it leaves deflate where the single stream would be, so the
+// bytes are the same.
 std::string singleStream(const std::string& input) {
   z_stream stream{};
-  deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+  deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, kBlobCompressionMemLevel,
+               Z_DEFAULT_STRATEGY);
   std::vector<unsigned char> out(deflateBound(&stream, input.size()) + input.size() / 1000 + 64);
   stream.next_out = out.data();
   stream.avail_out = static_cast<uInt>(out.size());
