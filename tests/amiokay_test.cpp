@@ -22,11 +22,11 @@ class AmIOkay : public bk_test::StationSession {
   // The pending failure the sequence left, as name, detail and message.
   void expectPending(bool active, const std::string& name, const std::string& detail,
                      const std::string& message) {
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_EQ(uut_->pendingFailureActive, active);
-    EXPECT_EQ(uut_->pendingFailureName, name);
-    EXPECT_EQ(uut_->pendingFailureDetail, detail);
-    EXPECT_EQ(uut_->pendingFailureMessage, message);
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_EQ(uut_->pendingFailure.active(), active);
+    EXPECT_EQ(uut_->pendingFailure.name(), name);
+    EXPECT_EQ(uut_->pendingFailure.detail(), detail);
+    EXPECT_EQ(uut_->pendingFailure.message(), message);
   }
 };
 
@@ -40,7 +40,7 @@ TEST_F(AmIOkay, CleanRunsWithAndWithoutSerialNumber) {
   }
   EXPECT_TRUE(bk_test::answered(run(bk_test::kSerial), true, 0u, "FATAL ERROR FOUND: NONE"));
   EXPECT_TRUE(logged("UNIT_OUT_OF_PROCESS OK"));  // the last check ran
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   // A time-out that cannot be read fails its probe; nothing is thrown.
   info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
   start();
@@ -125,10 +125,10 @@ TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
               "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long "
               "(FG, MLB, FULL) [ 123 ]");
     // The sequence's record replaces what the validation wrote.
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_EQ(uut_->pendingFailureActive, policy == 1);
-    EXPECT_EQ(uut_->pendingFailureName, policy == 1 ? "SERIAL_NUMBER_NOT_OK:  [ACTIVE] "
-                                                    : "SERIAL_NUMBER_NOT_OK: [PASSIVE] ");
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_EQ(uut_->pendingFailure.active(), policy == 1);
+    EXPECT_EQ(uut_->pendingFailure.name(), policy == 1 ? "SERIAL_NUMBER_NOT_OK:  [ACTIVE] "
+                                                       : "SERIAL_NUMBER_NOT_OK: [PASSIVE] ");
     EXPECT_FALSE(logged("SFC_QUERY_UNIT: OK"));
   }
 }

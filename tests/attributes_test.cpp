@@ -113,7 +113,7 @@ TEST_F(Attributes, GoodSerialNumberIsStoredInUpperCaseOnceAndQueriedOnce) {
   start();
   EXPECT_EQ(add("serialnumber", "c0212abcdef").status, 0u);
   EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "C0212ABCDEF");
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   EXPECT_TRUE(uut_->wasSFCQueryUnitThreadCreated());
   // The name counts, not the number: any second one is refused, unqueried.
   EXPECT_TRUE(
@@ -130,10 +130,10 @@ TEST_F(Attributes, BadSerialNumberUnderEachPolicy) {
   bk_test::Answer answer = add("serialnumber", "123");
   EXPECT_EQ(answer.text, "createAttribute: Invalid Serial Number passed");
   EXPECT_EQ(answer.status, kFailBit | (32u << 20) | BK_MSG_ERROR_INVALID_SERIAL_NUMBER);
-  EXPECT_TRUE(uut_->pendingFailureActive);
-  EXPECT_EQ(uut_->pendingFailureName, "SERIAL_NUMBER_NOT_OK [ACTIVE]:");
-  EXPECT_EQ(uut_->pendingFailureDetail, kBadSerialText + kBadSerialText);
-  EXPECT_EQ(uut_->pendingFailureMessage, kBadSerialText + kBadSerialText);
+  EXPECT_TRUE(uut_->pendingFailure.active());
+  EXPECT_EQ(uut_->pendingFailure.name(), "SERIAL_NUMBER_NOT_OK [ACTIVE]:");
+  EXPECT_EQ(uut_->pendingFailure.detail(), kBadSerialText + kBadSerialText);
+  EXPECT_EQ(uut_->pendingFailure.message(), kBadSerialText + kBadSerialText);
   EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "123");
   EXPECT_FALSE(uut_->wasSFCQueryUnitThreadCreated());
 
@@ -145,9 +145,9 @@ TEST_F(Attributes, BadSerialNumberUnderEachPolicy) {
     // The station sees a plain success; the text still tells.
     EXPECT_TRUE(bk_test::answered(add("serialnumber", "abc"), true, 0u,
                                   "createAttribute: Invalid Serial Number passed"));
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_FALSE(uut_->pendingFailureActive);
-    EXPECT_EQ(uut_->pendingFailureName, "SERIAL_NUMBER_NOT_OK [PASSIVE]:");
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_FALSE(uut_->pendingFailure.active());
+    EXPECT_EQ(uut_->pendingFailure.name(), "SERIAL_NUMBER_NOT_OK [PASSIVE]:");
     EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "ABC");
   }
 }

@@ -85,9 +85,8 @@ class VerdictTest : public CommitTest, public ::testing::WithParamInterface<Verd
 TEST_P(VerdictTest, RecordsVerdictAndHandsOver) {
   const VerdictRow& row = GetParam();
   CUUT* uut = doneSession(row.passes, row.failures, row.nas);
-  uut->pendingFailure = row.pending;
-  uut->pendingFailureActive = row.pendingActive;
-  uut->pendingFailureName = "EtherNet unplugged [PASSIVE]";
+  if (row.pending)
+    uut->pendingFailure.record(row.pendingActive, "EtherNet unplugged [PASSIVE]", "", "");
 
   // Whatever the row, a commit that got to the hand-over answers pass.
   EXPECT_TRUE(answered(commit(row.claim), true, 0, row.replyText));
@@ -196,8 +195,7 @@ TEST_F(CommitTest, SerialNumberCasesHoldBackOrCancel) {
       {"SERIAL_NUMBER_NOT_OK [PASSIVE]:", ".did/results.Json"},
       {"SERIAL_NUMBER_NOT_OK[ACTIVE]:", ".commit/results.Json"}};
   for (const auto& [name, left] : cases) {
-    doneSession(1)->pendingFailure = true;
-    uut_->pendingFailureName = name;
+    doneSession(1)->pendingFailure.record(false, name, "", "");
     const Answer answer = commit();
     EXPECT_EQ(answer.success, left != nullptr) << name;
     if (left == nullptr) {

@@ -67,7 +67,7 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   CUUT* uut = filled(2);
   EXPECT_TRUE(answered(done(), true, 0, ""));
   EXPECT_EQ(uut->state, UUT_STATE_DID);
-  EXPECT_FALSE(uut->pendingFailureActive);
+  EXPECT_FALSE(uut->pendingFailure.active());
   EXPECT_EQ(uut->testFailures, 1u);
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "EtherNet unplugged [PASSIVE]");
   EXPECT_EQ(fatalTest()["result"].asString(), "fail");
@@ -81,7 +81,7 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   writeReadyStation(info);
   filled(2);
   EXPECT_TRUE(done().success);
-  EXPECT_FALSE(uut_->pendingFailureActive);
+  EXPECT_FALSE(uut_->pendingFailure.active());
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "Signature NOT OK [PASSIVE]: ");
 
   // A policy entry that cannot be read never softens the fault.
@@ -90,16 +90,14 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   writeReadyStation(info, health);
   filled(2);
   EXPECT_FALSE(done().success);
-  EXPECT_TRUE(uut_->pendingFailureActive);
+  EXPECT_TRUE(uut_->pendingFailure.active());
   EXPECT_NE(fatalTest()["sub_test"].asString().find("[ACTIVE]"), std::string::npos);
 }
 
 TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {
   // An earlier ACTIVE failure, as am-I-okay leaves it.
   CUUT* uut = filled(2);
-  uut->pendingFailure = uut->pendingFailureActive = true;
-  uut->pendingFailureName = "UNIT_OUT_OF_PROCESS [ACTIVE]";
-  uut->pendingFailureMessage = "unit is on hold";
+  uut->pendingFailure.record(true, "UNIT_OUT_OF_PROCESS [ACTIVE]", "", "unit is on hold");
   EXPECT_TRUE(answered(done(), false, kStatusFailBit | (32u << 20) | 34u, "unit is on hold"));
   EXPECT_EQ(uut->state, UUT_STATE_DID);
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "UNIT_OUT_OF_PROCESS [ACTIVE]");
@@ -114,7 +112,7 @@ TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {
   EXPECT_FALSE(answer.success);
   EXPECT_EQ(answer.status & kStatusFailBit, kStatusFailBit);
   EXPECT_EQ(answer.text.rfind("ERROR: ks_station_info signature NOT OK,", 0), 0u) << answer.text;
-  EXPECT_EQ(uut->pendingFailureName, "Signature  NOT OK [ACTIVE]:");
+  EXPECT_EQ(uut->pendingFailure.name(), "Signature  NOT OK [ACTIVE]:");
   EXPECT_TRUE(fileExists(dirOf(uut, ".did")));
   EXPECT_EQ(uut->testFailures, 1u);
 }
@@ -126,12 +124,12 @@ TEST_F(DoneTest, ChecksThatThrowFailTheUnit) {
   info["ksinfo"]["SIGNATURE_EXPIRATION"] = "tomorrow";
   writeReadyStation(info);
   CUUT* uut = filled(2);
-  ASSERT_FALSE(uut->pendingFailureActive);
+  ASSERT_FALSE(uut->pendingFailure.active());
   Json::Value health = sampleHealth();
   health["ethernet_ok"] = 0;
   writeFile(kHealthPath, health.toStyledString());
   EXPECT_FALSE(done().success);
-  EXPECT_TRUE(uut->pendingFailureActive);
+  EXPECT_TRUE(uut->pendingFailure.active());
   EXPECT_EQ(uut->state, UUT_STATE_DID);
   ASSERT_TRUE(commit().success);
   const Json::Value attributes = parseFile(dirOf(uut, ".commit/results.Json"))["test_attributes"];
@@ -144,9 +142,7 @@ TEST_F(DoneTest, OwnFailureRecordPassesTheCountLimitAndIsCutToFit) {
   info["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = 2;
   writeReadyStation(info);
   CUUT* uut = filled(2);
-  uut->pendingFailure = uut->pendingFailureActive = true;
-  uut->pendingFailureName = "UNIT_OUT_OF_PROCESS [ACTIVE]";
-  uut->pendingFailureMessage = std::string(600, 'm');
+  uut->pendingFailure.record(true, "UNIT_OUT_OF_PROCESS [ACTIVE]", "", std::string(600, 'm'));
   EXPECT_FALSE(done().success);
   EXPECT_EQ(uut->testFailures, 1u);
   EXPECT_EQ(fatalTest()["message"].asString(), std::string(512, 'm'));
@@ -214,7 +210,7 @@ TEST_F(DoneThreadTest, RunningThreadIsSignalledAndKilledOnlyWhenOverdue) {
   uut_->timeWhenSFCThreadCreated = time(nullptr);
   EXPECT_TRUE(answered(done(), true, 0, "Digital signature verified OK"));
   EXPECT_TRUE(young.joinAlarmed());
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
 
   SetUp();
   FakeUnitThread overdue(uut_);
@@ -224,7 +220,7 @@ TEST_F(DoneThreadTest, RunningThreadIsSignalledAndKilledOnlyWhenOverdue) {
   const std::string killed =
       "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + uut_->getUID() + "]";
   EXPECT_TRUE(answered(answer, false, BK_buildStatus(BK_FAIL, 32, 33), killed + " [ACTIVE]"));
-  EXPECT_EQ(uut_->pendingFailureName, "SFC_QUERY_UNIT [ACTIVE]");
+  EXPECT_EQ(uut_->pendingFailure.name(), "SFC_QUERY_UNIT [ACTIVE]");
   EXPECT_EQ(fatalTest()["sub_sub_test"].asString(), killed);
 }
 
@@ -233,8 +229,8 @@ TEST_F(DoneThreadTest, EndedThreadsAnswerDecidesAndIsDeleted) {
   writeFile(response_,
             "Response=0 SFC_OK UNIT_OUT_OF_PROCESS: unit belongs to rework, station=FT\n");
   EXPECT_TRUE(answered(done(), true, 0, ""));
-  EXPECT_FALSE(uut_->pendingFailureActive);
-  EXPECT_EQ(uut_->pendingFailureName, "UNIT_OUT_OF_PROCESS [PASSIVE]");
+  EXPECT_FALSE(uut_->pendingFailure.active());
+  EXPECT_EQ(uut_->pendingFailure.name(), "UNIT_OUT_OF_PROCESS [PASSIVE]");
   EXPECT_FALSE(fileExists(response_));
 }
 

@@ -105,24 +105,24 @@ TEST_F(SerialNumber, PolicyDecidesThePendingFailureOnly) {
     info_["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = entry;
     if (entry.isNull()) info_["lifeline"].removeMember("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
     start();
-    uut_->pendingFailure = true;  // a PASSIVE verdict takes an earlier one back
+    uut_->pendingFailure.record(false, "", "", "");  // a PASSIVE verdict takes an earlier one back
     CBKReply reply;
     EXPECT_FALSE(uut_->validateSerialNumber(&reply, "C02"));
-    EXPECT_EQ(uut_->pendingFailure, pending);
-    EXPECT_EQ(uut_->pendingFailureName, pending ? active : passive);
-    EXPECT_FALSE(uut_->pendingFailureActive);
+    EXPECT_EQ(uut_->pendingFailure.failed(), pending);
+    EXPECT_EQ(uut_->pendingFailure.name(), pending ? active : passive);
+    EXPECT_FALSE(uut_->pendingFailure.active());
   }
   // A good number leaves both fields as they are.
   CBKReply reply;
   EXPECT_TRUE(uut_->validateSerialNumber(&reply, "C0213ABCDEF"));
-  EXPECT_TRUE(uut_->pendingFailure);
-  EXPECT_EQ(uut_->pendingFailureName, active);
+  EXPECT_TRUE(uut_->pendingFailure.failed());
+  EXPECT_EQ(uut_->pendingFailure.name(), active);
 }
 
 TEST_F(SerialNumber, VersionsAndTheEntryPointCheckWithoutStoring) {
   EXPECT_TRUE(uut_->validateSerialNumber(nullptr, "bad"));
   EXPECT_TRUE(uut_->validateVersion(nullptr, "bad version"));
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   CBKReply version;  // letters, digits, period, underscore and hyphen; counted from 1
   EXPECT_TRUE(uut_->validateVersion(&version, "1.2_3-b"));
   EXPECT_FALSE(uut_->validateVersion(&version, "1.2.3/"));
