@@ -74,12 +74,16 @@ TEST_F(SessionTime, DocumentOnlyAfterCommit) {
 
 TEST_F(SessionTime, UnimplementedChecksAnswerMessageTwo) {
   // Without a policy entry for the message the status is 0: no verdict.
+  Json::Value info = sampleStationInfo();
+  info["lifeline"].removeMember("BK_MSG_ERROR_UNIMPLEMENTED");
+  writeStationFiles(info);
+  BK_UID_destroy(uut);
+  uut = startSession();
   char station[] = "station-1";
   EXPECT_TRUE(
       answered(answerOf(BK_isStationOK(station)), true, 0u, "isStationOK API not implemented"));
   EXPECT_EQ(answerOf(BK_isUUTOK(uut)).text, "isUUTOK API unimplemented");
 
-  Json::Value info = sampleStationInfo();
   info["lifeline"]["BK_MSG_ERROR_UNIMPLEMENTED"] = 1;
   writeStationFiles(info);
   BK_UID_destroy(uut);
