@@ -4,16 +4,14 @@
 
 #include <string>
 
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
-class AmIOkay : public bk_test::StationSession {
+class AmIOkay : public bk_test::SessionTest {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
-    info_ = bk_test::readyStationInfo();
-    signed_ = true;
   }
   bk_test::Answer run(const char* serialNumber) {
     markLog();
@@ -133,12 +131,13 @@ TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
   }
 }
 
-// A unit check started long ago that never answered.
+// A unit check past its time-out that never answered: the serial number
+// starts it, and without a client it ends with no answer.
 TEST_F(AmIOkay, ShopFloorTimeoutUsesTheSequencesOwnLabel) {
   info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
+  info_["ksinfo"]["SFC_TIMEOUT"] = -1;  // overdue at once
   start();
-  uut_->attributeSerialNumberCreated = uut_->sfcQueryUnitThreadCreated = true;
-  uut_->timeWhenSFCThreadCreated = time(nullptr) - 100;
+  bk_test::expectSuccess(BK_addAttribute(uut_, "serialnumber", bk_test::kSerial), "serial");
   const bk_test::Answer answer = run(bk_test::kSerial);
   EXPECT_FALSE(answer.success);
   expectPending(true, "SFC_QUERY_UNIT: [ACTIVE] ", answer.text, answer.text);

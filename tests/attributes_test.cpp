@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
@@ -15,12 +15,10 @@ const std::string kBadSerialText =
     "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, "
     "FULL) [ 123 ]";
 
-class Attributes : public bk_test::StationSession {
+class Attributes : public bk_test::SessionTest {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
-    info_ = bk_test::readyStationInfo();
-    signed_ = true;
   }
   bk_test::Answer add(const char* name, const char* value, bool nullHandle = false) {
     markLog();
@@ -153,13 +151,15 @@ TEST_F(Attributes, BadSerialNumberUnderEachPolicy) {
 }
 
 TEST_F(Attributes, AcceptedWhileTheDirectoryOfTheCurrentStateExists) {
-  info_["lifeline"]["BK_MSG_ERROR_UNIT_ID_INVALID"] = 1;
   start();
-  uut_->state = UUT_STATE_DONE;  // as if done had not renamed the directory yet
+  bk_test::addAttributes(uut_);
+  bk_test::addResult(uut_, BK_PASS, "t");
+  ASSERT_TRUE(done().success);
+  std::filesystem::rename(bk_test::dirOf(uut_, ".did"), "/vault/elsewhere");
   bk_test::Answer answer = add("late", "x");
   EXPECT_EQ(answer.status, kFailBit | (1u << 20) | BK_MSG_ERROR_UNIT_ID_INVALID);
   EXPECT_EQ(answer.text.find("UUTHandle passed to BK_addAttribute '0x"), 0u) << answer.text;
-  std::filesystem::rename(bk_test::dirOf(uut_, ""), bk_test::dirOf(uut_, ".done"));
+  std::filesystem::rename("/vault/elsewhere", bk_test::dirOf(uut_, ".did"));
   EXPECT_EQ(add("late", "x").status, 0u);
   EXPECT_EQ(dev()["late"], "x");
 }

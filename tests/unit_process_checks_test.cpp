@@ -6,11 +6,11 @@
 #include <string>
 
 #include "foundation/StatusWord.h"
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
-class UnitProcessChecks : public bk_test::StationSession {
+class UnitProcessChecks : public bk_test::SessionTest {
  protected:
   void SetUp() override { restart(); }
   void restart(const std::string& feature = "ON", const Json::Value& timeout = 15) {
