@@ -8,14 +8,8 @@
 
 #include <string>
 
+#include "foundation/MessageNames.h"
 #include "interface/Bramblekit.h"
-
-// Names of the classes, found at index count-of-trailing-zeros(class) + 1
-// (class 0 at index 0).
-extern const char* const BKMessageClassNames[33];
-// Names of the messages, by number; they are also the keys of "lifeline".
-// Entry 31 runs two words together: station files use that long key.
-extern const char* const BKMessageNumberNames[36];
 
 // The class name for a class value, by the trailing-zeros rule.
 const char* bkClassName(unsigned msgClass);

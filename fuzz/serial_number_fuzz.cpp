@@ -70,14 +70,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } else {
     require(reply.getStatus() != 0, "invalid number with a passing status");
     require(strncmp(reply.getData(), "Serial Number Error: ", 21) == 0, "unexpected error text");
-    require(uut->pendingFailure, "ACTIVE policy without a pending failure");
+    require(uut->pendingFailure.failed(), "ACTIVE policy without a pending failure");
   }
   if (valid && size == 17) {
     for (char c : sn)
       require(bkIsDigit(c) || (c >= 'A' && c <= 'Z' && c != 'I' && c != 'O'),
               "check character over a character outside the alphabet");
   }
-  uut->pendingFailure = false;
+  uut->pendingFailure = PendingFailure();
 
   // The entry point sees the number up to its first NUL.
   BK_reply_destroy(BK_validateSerialNumber(uut, sn.c_str()));

@@ -33,8 +33,6 @@ CUUT::CUUT()
       attributeStationIdentifierCreated(false),
       attributeSubStationIdentifierCreated(false),
       sfcQueryUnitThreadCreated(false),
-      pendingFailure(false),
-      pendingFailureActive(false),
       useStateSuffix(true),
       stopTimeSet(false),
       startTimeSet(false) {

@@ -19,6 +19,7 @@
 
 #include "foundation/Reply.h"
 #include "interface/Bramblekit.h"
+#include "session/PendingFailure.h"
 #include "sfc/UnitCheckThread.h"
 #include "sfc/UnitProcessChecks.h"
 
@@ -131,9 +132,6 @@ class CUUT {
   std::string softwareVersion;
   std::string stationIdentifier;
   std::string subStationIdentifier;
-  std::string pendingFailureName;
-  std::string pendingFailureDetail;
-  std::string pendingFailureMessage;
   Json::Value rootJson;
   Json::Value pdataNotSent;
   uint32_t testFailures;
@@ -156,8 +154,6 @@ class CUUT {
   bool attributeStationIdentifierCreated;
   bool attributeSubStationIdentifierCreated;
   bool sfcQueryUnitThreadCreated;
-  bool pendingFailure;
-  bool pendingFailureActive;
   bool useStateSuffix;
   bool stopTimeSet;
   bool startTimeSet;
@@ -167,6 +163,7 @@ class CUUT {
   // Keys of the parametric results already in the document, for the
   // duplicate test.
   std::map<std::string, double> parametricKeys;
+  PendingFailure pendingFailure;
 };
 
 // The session's UID for log lines, or the blank field without a session.

@@ -73,12 +73,9 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   // A failed signature is always ACTIVE: no policy may wave it through.
   if (!signaturecheck::BK_isSignatureOK(reply)) {
     std::string detail = reply->getData();
-    pendingFailure = true;
-    pendingFailureActive = true;
-    pendingFailureName = "Signature  NOT OK [ACTIVE]:";
-    pendingFailureDetail = detail;
-    pendingFailureMessage = "ERROR: ks_station_info signature NOT OK," + detail;
-    BK_LOG_ERROR(pendingFailureMessage);
+    pendingFailure.record(true, "Signature  NOT OK [ACTIVE]:", detail,
+                          "ERROR: ks_station_info signature NOT OK," + detail);
+    BK_LOG_ERROR(pendingFailure.message());
     return owned.release();
   }
 
@@ -86,16 +83,11 @@ CBKReply* CUUT::checkAMIOK(std::string serialNumber) {
   // text when the station chose PASSIVE, so that its test runs on.
   auto recordFailure = [&](const AmIOkayCheck& check, const std::string& text,
                            const char* emptyActiveLine) -> CBKReply* {
-    pendingFailure = true;
-    pendingFailureDetail = text;
-    pendingFailureMessage = text;
-    if (isActive(check.policyKey)) {
-      pendingFailureActive = true;
-      pendingFailureName = check.activeLabel;
+    const bool active = isActive(check.policyKey);
+    pendingFailure.record(active, active ? check.activeLabel : check.passiveLabel, text, text);
+    if (active) {
       BK_LOG_ERROR((text.empty() && emptyActiveLine != nullptr ? emptyActiveLine : text));
     } else {
-      pendingFailureActive = false;
-      pendingFailureName = check.passiveLabel;
       BK_LOG(UID, text);
       reply->setData(text);
       reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));

@@ -99,20 +99,18 @@ CBKReply* CUUT::createAttribute(std::string name, std::string value) {
       if (!validateSerialNumber(reply, value)) {
         badSerial = true;
         std::string text = reply->getData();
-        pendingFailure = true;
         // The text goes in twice: servers parse the doubled form.
         text += text;
-        pendingFailureDetail = text;
-        pendingFailureMessage = text;
-        if (serialNumberPolicyIsActive()) {
+        const bool active = serialNumberPolicyIsActive();
+        pendingFailure.record(
+            active,
+            active ? "SERIAL_NUMBER_NOT_OK [ACTIVE]:" : "SERIAL_NUMBER_NOT_OK [PASSIVE]:", text,
+            text);
+        if (active) {
           BK_LOG_ERROR(text);
-          pendingFailureActive = true;
-          pendingFailureName = "SERIAL_NUMBER_NOT_OK [ACTIVE]:";
         } else {
           BK_LOG(UID, text);
           reply->setData(text);
-          pendingFailureActive = false;
-          pendingFailureName = "SERIAL_NUMBER_NOT_OK [PASSIVE]:";
           reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
         }
       }

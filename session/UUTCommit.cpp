@@ -137,12 +137,12 @@ CBKReply* CUUT::commit(bool pass) {
     // The verdict.  One failure with a pending failure is the failing test
     // that done added itself.
     Json::Value& attributes = rootJson["test_attributes"];
-    bool onlyDummyFailure = testFailures == 1 && pendingFailure;
+    bool onlyDummyFailure = testFailures == 1 && pendingFailure.failed();
     if (pass) {
       if (onlyDummyFailure) {
         BK_LOG(UID, "Commit(BK_PASS): An amIOK failure");
         attributes["test_result"] = "FAIL";
-        if (!pendingFailureActive) attributes["override"] = "1";
+        if (!pendingFailure.active()) attributes["override"] = "1";
         reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
       } else if (testFailures == 0 && testPasses != 0) {
         BK_LOG(UID, "Commit(BK_PASS): testFailures[0] and testPasses[1 or more]");
@@ -160,7 +160,7 @@ CBKReply* CUUT::commit(bool pass) {
       if (onlyDummyFailure) {
         BK_LOG(UID, "Commit(BK_FAIL): testFailures[at least 1]  An amIOK earlier ...");
         attributes["test_result"] = "FAIL";
-        if (!pendingFailureActive) attributes["override"] = "1";
+        if (!pendingFailure.active()) attributes["override"] = "1";
       } else if (testFailures != 0) {
         BK_LOG(UID, "Commit(BK_FAIL): testFailures[at least 1]  Failing test");
         attributes["test_result"] = "FAIL";
@@ -184,13 +184,13 @@ CBKReply* CUUT::commit(bool pass) {
                   false);
       return reply;
     }
-    if (pendingFailure && pendingFailureName == kSerialActiveName) {
+    if (pendingFailure.failed() && pendingFailure.name() == kSerialActiveName) {
       delete cancel();
       COMMIT_FAIL(BK_MSG_ERROR_API_SYNTAX,
                   "INVALID_SERIAL_NUMBER, NOT committing CANCELING test ERROR: [ACTIVE]", false);
       return reply;
     }
-    if (pendingFailure && pendingFailureName == kSerialPassiveName) {
+    if (pendingFailure.failed() && pendingFailure.name() == kSerialPassiveName) {
       // Written, but never handed over.
       BK_LOG(UID, "INVALID_SERIAL_NUMBER, NOT committing ERROR: [PASSIVE]");
       doRename = false;

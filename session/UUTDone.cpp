@@ -82,8 +82,9 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   const std::string& UID = uut->UID;
   if (!uut->stopTimeSet) uut->createTimestampFile(UUT_STATE_DONE);
 
-  if (uut->pendingFailureActive) {
-    reply->setData(uut->pendingFailureMessage);
+  PendingFailure& pending = uut->pendingFailure;
+  if (pending.active()) {
+    reply->setData(pending.message());
     reply->setStatus(
         bkBuildStatus(BK_FAIL, BK_MSG_CLASS_PROCESS_CONTROL, BK_MSG_ERROR_CANOPY_AMIOKAY));
   }
@@ -91,55 +92,44 @@ static void checkStationAtDone(CUUT* uut, CBKReply* reply, std::ostringstream& s
   // A bad signature is ACTIVE whatever the station's policy says: the policy
   // itself lives in the file that failed the test.
   if (!signaturecheck::BK_isSignatureOK(reply)) {
-    uut->pendingFailure = true;
     stream << "ERROR: ks_station_info signature NOT OK," << textOf(reply);
     DONE_LOG(UID, stream.str());
-    uut->pendingFailureName = "Signature  NOT OK [ACTIVE]:";
-    uut->pendingFailureDetail = textOf(reply);
-    uut->pendingFailureActive = true;
-    uut->pendingFailureMessage = stream.str();
+    pending.record(true, "Signature  NOT OK [ACTIVE]:", textOf(reply), stream.str());
   }
 
   // Built by hand, past the policy: a pending failure, even a passive one,
   // fails the reply at this point; later steps may clear it again.
-  if (uut->pendingFailure) {
+  if (pending.failed()) {
     reply->setStatus(kStatusFailBit | (BK_MSG_CLASS_PROCESS_CONTROL << 20) |
                      BK_MSG_ERROR_CANOPY_AMIOKAY);
-    reply->setData(uut->pendingFailureMessage);
+    reply->setData(pending.message());
   }
 
   // An expired signature is recorded but never stops a session.
-  if (!uut->pendingFailureActive && !signaturecheck::BK_isSigExpOK(reply)) {
-    uut->pendingFailure = true;
+  if (!pending.active() && !signaturecheck::BK_isSigExpOK(reply)) {
     stream << "Signature NOT OK [PASSIVE]: " << textOf(reply);
     DONE_LOG(UID, stream.str());
-    uut->pendingFailureName = "Signature NOT OK [PASSIVE]: ";
-    uut->pendingFailureDetail = textOf(reply);
-    uut->pendingFailureActive = false;
+    pending.record(false, "Signature NOT OK [PASSIVE]: ", textOf(reply), stream.str());
     reply->setStatus(0);
     reply->setData("");
-    uut->pendingFailureMessage = stream.str();
   }
 
   getSHCheck()->refresh();
 
   for (const HealthRow& row : kHealthRows) {
-    if (uut->pendingFailureActive) break;
+    if (pending.active()) break;
     if (row.check(uut->getUID(), reply)) continue;
-    uut->pendingFailure = true;
     std::string checkText = textOf(reply);
-    if (lifelineIsActive(row.lifelineKey)) {
-      stream << row.activeText << checkText;
+    const bool active = lifelineIsActive(row.lifelineKey);
+    const char* rowText = active ? row.activeText : row.passiveText;
+    stream << rowText << checkText;
+    // The message stays as it was: the failing test takes its text from the stream.
+    pending.record(active, active ? row.activeName : row.passiveName,
+                   row.detailIsRowText ? rowText : checkText, pending.message());
+    if (active) {
       DONE_LOG_ERROR(stream.str());
-      uut->pendingFailureName = row.activeName;
-      uut->pendingFailureDetail = row.detailIsRowText ? row.activeText : checkText;
-      uut->pendingFailureActive = true;
     } else {
-      stream << row.passiveText << checkText;
       DONE_LOG(UID, stream.str());
-      uut->pendingFailureName = row.passiveName;
-      uut->pendingFailureDetail = row.detailIsRowText ? row.passiveText : checkText;
-      uut->pendingFailureActive = false;
       reply->setStatus(0);
       reply->setData("");
     }
@@ -151,10 +141,9 @@ static void recordSFCFailure(CUUT* uut, CBKReply* reply, std::ostringstream& str
                              const std::string& namePrefix, const std::string& detail,
                              unsigned message) {
   const std::string& UID = uut->UID;
-  uut->pendingFailure = true;
-  uut->pendingFailureActive = active;
-  uut->pendingFailureName = namePrefix + (active ? " [ACTIVE]" : " [PASSIVE]");
-  uut->pendingFailureDetail = detail;
+  // The message stays as it was: the failing test takes its text from the stream.
+  uut->pendingFailure.record(active, namePrefix + (active ? " [ACTIVE]" : " [PASSIVE]"), detail,
+                             uut->pendingFailure.message());
   if (active) {
     DONE_LOG_ERROR(stream.str());
     reply->setData(stream.str());
@@ -310,12 +299,8 @@ CBKReply* CUUT::done() {
     reply->setData(text);
     reply->setStatus(bkFailureStatus(BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_UNHANDLED));
     DONE_LOG_ERROR(text);
-    if (!pendingFailureActive) {
-      pendingFailureName = "Station checks not completed [ACTIVE]:";
-      pendingFailureDetail = text;
-      pendingFailureMessage = text;
-    }
-    pendingFailure = pendingFailureActive = true;
+    pendingFailure.record(true, "Station checks not completed [ACTIVE]:", text, text,
+                          PendingFailure::Over::kKeepActive);
     stream << text;
   }
 
@@ -323,7 +308,7 @@ CBKReply* CUUT::done() {
     MutexGuard responseLock(&mutex1);
     std::string responsePath = std::string(tempFilesPath) + UID;
     std::ifstream response(responsePath.c_str());
-    if (Util_featureON("SFC_QUERY_UNIT_ON_OFF") && !pendingFailureActive) {
+    if (Util_featureON("SFC_QUERY_UNIT_ON_OFF") && !pendingFailure.active()) {
       doneThreadSection(this, reply, stream, response, responsePath);
     } else {
       DONE_LOG(UID, "SFC_QUERY/UOP FEATURE set to [OFF] or FATAL ERROR already happened");
@@ -337,10 +322,10 @@ CBKReply* CUUT::done() {
 
   // The failure becomes a failing test while the session still takes
   // results; commit recognises it by the count of one failure.
-  if (pendingFailure) {
-    if (stream.str().empty()) stream << pendingFailureMessage;
-    createDummyFailTest("FATAL ERROR", pendingFailureName.c_str(), pendingFailureDetail.c_str(),
-                        stream.str().c_str());
+  if (pendingFailure.failed()) {
+    if (stream.str().empty()) stream << pendingFailure.message();
+    createDummyFailTest("FATAL ERROR", pendingFailure.name().c_str(),
+                        pendingFailure.detail().c_str(), stream.str().c_str());
   }
 
   uint32_t total = testPasses + testFailures + testNAs;
@@ -370,7 +355,7 @@ CBKReply* CUUT::done() {
   }
   state = UUT_STATE_DID;
 
-  if (!pendingFailure || !pendingFailureActive) {
+  if (!pendingFailure.failed() || !pendingFailure.active()) {
     DONE_LOG(UID, "Returning success");
     reply->setStatus(bkBuildStatus(BK_PASS, 0, 0));
   }

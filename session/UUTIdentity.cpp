@@ -23,13 +23,10 @@ bool CUUT::validateSerialNumber(void* apoReply, std::string serialNumber) {
       identity::validateSerialNumber(UID, static_cast<CBKReply*>(apoReply), serialNumber);
   if (!valid) {
     // A PASSIVE policy clears the flag even if an earlier failure had set it.
-    if (identity::serialNumberPolicyActive()) {
-      pendingFailure = true;
-      pendingFailureName = "ACTIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    } else {
-      pendingFailure = false;
-      pendingFailureName = "PASSIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER";
-    }
+    const bool active = identity::serialNumberPolicyActive();
+    pendingFailure.recordVerdictOnly(active, active
+                                                 ? "ACTIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER"
+                                                 : "PASSIVE: BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
     BK_LOG(UID, "Invalid Serial number");
   } else {
     BK_LOG(UID, "Valid Serial number");

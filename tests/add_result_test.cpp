@@ -12,7 +12,7 @@
 #include "foundation/StationFiles.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
-#include "support/TestSupport.h"
+#include "support/SessionRun.h"
 
 using namespace bk_test;
 
@@ -33,7 +33,7 @@ struct Sample {
   bool infoOnly = false;
 };
 
-struct Answer {
+struct Outcome {
   bool success;
   unsigned message;
   unsigned status;
@@ -56,30 +56,18 @@ Json::Value passFailRecord(const std::string& test, const std::string& message) 
   return record;
 }
 
-class AddResultTest : public ::testing::Test {
+class AddResultTest : public SessionTest {
  protected:
   void SetUp() override { start(); }
-  void TearDown() override {
-    if (uut_ == nullptr) return;
-    BK_reply_destroy(BK_UUTCancel(uut_));
-    BK_UID_destroy(uut_);
-    uut_ = nullptr;
-  }
 
   // A new session, with `key` of ksinfo set to `value` when given.
   void start(const char* key = nullptr, const Json::Value& value = Json::Value()) {
-    TearDown();
-    Json::Value info = sampleStationInfo();
-    info["lifeline"]["BK_MSG_ERROR_UNIT_ID_INVALID"] = 1;
-    if (key != nullptr) info["ksinfo"][key] = value;
-    writeStationFiles(info);
-    UUTHandle handle = nullptr;
-    BK_reply_destroy(BK_UUTStart(&handle));
-    ASSERT_NE(handle, nullptr);
-    uut_ = static_cast<CUUT*>(handle);
+    info_ = readyStationInfo();
+    if (key != nullptr) info_["ksinfo"][key] = value;
+    SessionTest::start();
   }
 
-  Answer add(const Sample& test) {
+  Outcome add(const Sample& test) {
     testSpecHandle spec = BK_testSpec_create();
     testResultHandle result = BK_testResult_create();
     auto length = [](const char* text) { return text == nullptr ? 0 : strlen(text); };
@@ -94,7 +82,7 @@ class AddResultTest : public ::testing::Test {
     BK_testResult_setResult(result, static_cast<BK_PASSFAILRESULT>(test.verdict));
     BK_testResult_setMessage(result, test.message.c_str(), test.message.size());
     CBKReply* reply = static_cast<CBKReply*>(BK_addResult(uut_, spec, result));
-    Answer answer{BK_success(reply), BK_reply_getMessageID(reply), reply->getStatus(),
+    Outcome answer{BK_success(reply), BK_reply_getMessageID(reply), reply->getStatus(),
                   reply->hasData() ? reply->getData() : ""};
     BK_reply_destroy(reply);
     BK_testSpec_destroy(spec);
@@ -104,8 +92,6 @@ class AddResultTest : public ::testing::Test {
   bool ok(const Sample& test) { return add(test).success; }
 
   Json::Value& results() { return uut_->getRootJson()["results"]; }
-
-  CUUT* uut_ = nullptr;
 };
 
 TEST_F(AddResultTest, NamesAndTextsAreCheckedForFormAndLengthInclusively) {
@@ -114,7 +100,7 @@ TEST_F(AddResultTest, NamesAndTextsAreCheckedForFormAndLengthInclusively) {
             "Can not submit empty strings for TestName, SubTestName, SubSubTestName.");
   EXPECT_EQ(add({"", "1", "S"}).text,
             "TestName=[], length=[0] exceeds the allowable length of [48] or empty.");
-  Answer units = add({"T", nullptr, "", "", BK_PASS, "", 1, "0", "2", "ABCDEFGHIJK"});
+  Outcome units = add({"T", nullptr, "", "", BK_PASS, "", 1, "0", "2", "ABCDEFGHIJK"});
   EXPECT_EQ(units.text,
             "Test units's message length =[11] exceeds the allowable length of [10 characters].");
   EXPECT_FALSE(units.success);
@@ -133,20 +119,22 @@ TEST_F(AddResultTest, NamesAndTextsAreCheckedForFormAndLengthInclusively) {
 
 TEST_F(AddResultTest, SessionStateIsCheckedAfterTheFormAndBeforeTheFailMessage) {
   const Sample failing{"F", "1", "", "", BK_FAIL};
-  Answer noMessage = add(failing);
+  Outcome noMessage = add(failing);
   EXPECT_EQ(noMessage.text, "a fail message is required to be set for an BK_FAIL result.");
   EXPECT_EQ(noMessage.message, 4u);
 
   char pointer[32];
   snprintf(pointer, sizeof(pointer), "%p", static_cast<void*>(uut_));
   ASSERT_EQ(rename(uut_->getPath().c_str(), uut_->getPath(UUT_STATE_DONE).c_str()), 0);
-  Answer invalid = add(failing);
+  Outcome invalid = add(failing);
   EXPECT_EQ(invalid.text, std::string("UID @ ") + pointer + " invalid.");
   EXPECT_EQ(invalid.message, 1u);
   EXPECT_FALSE(invalid.success);
 
-  uut_->state = UUT_STATE_DONE;
-  Answer closed = add(failing);
+  ASSERT_EQ(rename(uut_->getPath(UUT_STATE_DONE).c_str(), uut_->getPath().c_str()), 0);
+  addAttributes(uut_);
+  ASSERT_TRUE(done().success);
+  Outcome closed = add(failing);
   EXPECT_EQ(closed.text, std::string("UID ") + pointer +
                              " is already Done() or is invalid.  No results may be added.");
   EXPECT_EQ(closed.message, 4u);
@@ -155,7 +143,7 @@ TEST_F(AddResultTest, SessionStateIsCheckedAfterTheFormAndBeforeTheFailMessage) 
 }
 
 TEST_F(AddResultTest, RecordsReachTheDocumentInBothForms) {
-  Answer ok = add({"Voltage", "1.5", "Rail", "3V3", BK_PASS, "", BK_TRAX_PRIORITY_P2});
+  Outcome ok = add({"Voltage", "1.5", "Rail", "3V3", BK_PASS, "", BK_TRAX_PRIORITY_P2});
   EXPECT_TRUE(ok.success && ok.text.empty()) << ok.text;
   EXPECT_EQ(ok.status, kResultPassStatus);
   // Limits, units and priority of a pass/fail record are dropped.
@@ -184,7 +172,7 @@ TEST_F(AddResultTest, VerdictDecidesResultAndMessage) {
   writeStationFiles(lenient);
   getKSInfo()->refresh();
   for (int verdict : {3, -1}) {
-    const Answer odd = add({"odd", "1", "", "", verdict});
+    const Outcome odd = add({"odd", "1", "", "", verdict});
     EXPECT_EQ(odd.status, 0x80100015u) << verdict;
     EXPECT_EQ(odd.text, "Test result verdict [" + std::to_string(verdict) +
                             "] is not BK_FAIL, BK_PASS or BK_NA, result not added.");
@@ -206,7 +194,7 @@ TEST_F(AddResultTest, ParametricKeyJoinsNonEmptyNamesUpTo128Bytes) {
   EXPECT_TRUE(ok(exact));
   Sample over = exact;
   over.subSub = std::string(15, 'd');
-  Answer refused = add(over);
+  Outcome refused = add(over);
   EXPECT_FALSE(refused.success);
   EXPECT_EQ(refused.message, 21u);
   EXPECT_EQ(refused.text, "TestName [" + over.name + "] length [48] +\nSubTestName [" + over.sub +
@@ -225,7 +213,7 @@ TEST_F(AddResultTest, DuplicateKeysAreRefusedOnceTheDocumentHoldsARecord) {
 
   // From now on a refused result has used up its name.
   EXPECT_EQ(add({"second", "1,5"}).text, "Invalid Test Result Value : [1,5] for the Test[second]");
-  Answer retry = add({"second", "1.5"});
+  Outcome retry = add({"second", "1.5"});
   EXPECT_EQ(retry.text,
             "Duplicate Parametric Key or Duplicate Test+SubTest_SubSubTest Name [second]");
   EXPECT_EQ(retry.message, 21u);
@@ -245,7 +233,7 @@ TEST_F(AddResultTest, ValuesAndLimitsAreCheckedByTheirCharactersOnly) {
   }
   EXPECT_EQ(results()[results().size() - 1]["test_type"], "PF");
   for (const char* bad : {"1,5", "0x10", "", " 1", "na", "n/a"}) {
-    Answer answer = add(unique(bad));
+    Outcome answer = add(unique(bad));
     EXPECT_FALSE(answer.success) << bad;
     EXPECT_EQ(answer.text.rfind("Invalid Test Result Value : [", 0), 0u) << answer.text;
   }
@@ -262,25 +250,24 @@ TEST_F(AddResultTest, ValuesAndLimitsAreCheckedByTheirCharactersOnly) {
 }
 
 TEST_F(AddResultTest, CountLimitFromTheStationFileWithDataCollectionExempt) {
-  // Default: 30,000, with counters standing in for earlier results.
-  uut_->testPasses = 29999;
-  EXPECT_TRUE(ok({"the 30000th"}));
-  EXPECT_EQ(add({"one more"}).text,
-            "total tests exceed the number of tests [30000] allowed in the ks_station_info.json "
-            "file.");
-  for (int limit : {0, -3}) {
-    start("MAX_PDATA_TESTS_ALLOWED", limit);
-    uut_->testNAs = 30000;
-    EXPECT_EQ(add({"over"}).text,
-              "total tests exceed the default limit on number of tests [30000] allowed.")
-        << limit;
-    uut_->testNAs = 29999;
-    EXPECT_TRUE(ok({"last"})) << limit;
+  // 30,000 without a limit and for a limit of zero or less, each with its
+  // own text.  Held back by the priority filter, the results still count.
+  const std::pair<Json::Value, std::string> defaults[] = {
+      {Json::Value(),
+       "total tests exceed the number of tests [30000] allowed in the ks_station_info.json file."},
+      {0, "total tests exceed the default limit on number of tests [30000] allowed."}};
+  for (const auto& [limit, text] : defaults) {
+    info_ = readyStationInfo();
+    info_["ksinfo"]["PDATA_TO_SEND_TO_TRAX"] = parse(R"(["NOTFOUND"])");
+    if (!limit.isNull()) info_["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = limit;
+    SessionTest::start();
+    for (int i = 0; i < 30000; ++i) ASSERT_TRUE(ok({"t" + std::to_string(i)})) << i;
+    EXPECT_EQ(add({"one more"}).text, text);
   }
 
   start("MAX_PDATA_TESTS_ALLOWED", 5);
   for (int i = 0; i < 5; ++i) EXPECT_TRUE(ok({"t" + std::to_string(i)}));
-  Answer sixth = add({"t5"});
+  Outcome sixth = add({"t5"});
   EXPECT_EQ(sixth.text,
             "total tests exceed the number of tests [5] allowed in the ks_station_info.json file.");
   EXPECT_EQ(sixth.message, 4u);
@@ -292,7 +279,7 @@ TEST_F(AddResultTest, CountLimitFromTheStationFileWithDataCollectionExempt) {
 TEST_F(AddResultTest, PrioritiesNamedInTheStationListAreCountedButNotRecorded) {
   start("PDATA_TO_SEND_TO_TRAX", parse(R"(["p1"])"));
   EXPECT_EQ(uut_->getRootJson()["test_attributes"]["pdata_not_sent_to_trax"][0], "p1");
-  Answer held = add({"held"});  // priority 1
+  Outcome held = add({"held"});  // priority 1
   EXPECT_TRUE(held.success && held.text.empty()) << held.text;
   EXPECT_TRUE(ok({"sent", "1", "", "", BK_PASS, "", BK_TRAX_PRIORITY_P2}));
   ASSERT_EQ(results().size(), 1u);

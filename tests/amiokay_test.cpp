@@ -4,16 +4,14 @@
 
 #include <string>
 
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
-class AmIOkay : public bk_test::StationSession {
+class AmIOkay : public bk_test::SessionTest {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
-    info_ = bk_test::readyStationInfo();
-    signed_ = true;
   }
   bk_test::Answer run(const char* serialNumber) {
     markLog();
@@ -22,11 +20,11 @@ class AmIOkay : public bk_test::StationSession {
   // The pending failure the sequence left, as name, detail and message.
   void expectPending(bool active, const std::string& name, const std::string& detail,
                      const std::string& message) {
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_EQ(uut_->pendingFailureActive, active);
-    EXPECT_EQ(uut_->pendingFailureName, name);
-    EXPECT_EQ(uut_->pendingFailureDetail, detail);
-    EXPECT_EQ(uut_->pendingFailureMessage, message);
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_EQ(uut_->pendingFailure.active(), active);
+    EXPECT_EQ(uut_->pendingFailure.name(), name);
+    EXPECT_EQ(uut_->pendingFailure.detail(), detail);
+    EXPECT_EQ(uut_->pendingFailure.message(), message);
   }
 };
 
@@ -40,7 +38,7 @@ TEST_F(AmIOkay, CleanRunsWithAndWithoutSerialNumber) {
   }
   EXPECT_TRUE(bk_test::answered(run(bk_test::kSerial), true, 0u, "FATAL ERROR FOUND: NONE"));
   EXPECT_TRUE(logged("UNIT_OUT_OF_PROCESS OK"));  // the last check ran
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   // A time-out that cannot be read fails its probe; nothing is thrown.
   info_["ksinfo"].removeMember("MARTEN_NOT_RUNNING_TIMEOUT");
   start();
@@ -125,20 +123,21 @@ TEST_F(AmIOkay, BadSerialNumberUsesTheSequencesOwnLabels) {
               "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long "
               "(FG, MLB, FULL) [ 123 ]");
     // The sequence's record replaces what the validation wrote.
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_EQ(uut_->pendingFailureActive, policy == 1);
-    EXPECT_EQ(uut_->pendingFailureName, policy == 1 ? "SERIAL_NUMBER_NOT_OK:  [ACTIVE] "
-                                                    : "SERIAL_NUMBER_NOT_OK: [PASSIVE] ");
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_EQ(uut_->pendingFailure.active(), policy == 1);
+    EXPECT_EQ(uut_->pendingFailure.name(), policy == 1 ? "SERIAL_NUMBER_NOT_OK:  [ACTIVE] "
+                                                       : "SERIAL_NUMBER_NOT_OK: [PASSIVE] ");
     EXPECT_FALSE(logged("SFC_QUERY_UNIT: OK"));
   }
 }
 
-// A unit check started long ago that never answered.
+// A unit check past its time-out that never answered: the serial number
+// starts it, and without a client it ends with no answer.
 TEST_F(AmIOkay, ShopFloorTimeoutUsesTheSequencesOwnLabel) {
   info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
+  info_["ksinfo"]["SFC_TIMEOUT"] = -1;  // overdue at once
   start();
-  uut_->attributeSerialNumberCreated = uut_->sfcQueryUnitThreadCreated = true;
-  uut_->timeWhenSFCThreadCreated = time(nullptr) - 100;
+  bk_test::expectSuccess(BK_addAttribute(uut_, "serialnumber", bk_test::kSerial), "serial");
   const bk_test::Answer answer = run(bk_test::kSerial);
   EXPECT_FALSE(answer.success);
   expectPending(true, "SFC_QUERY_UNIT: [ACTIVE] ", answer.text, answer.text);

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string>
 
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
@@ -15,12 +15,10 @@ const std::string kBadSerialText =
     "Serial Number Error: Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, "
     "FULL) [ 123 ]";
 
-class Attributes : public bk_test::StationSession {
+class Attributes : public bk_test::SessionTest {
  protected:
   void SetUp() override {
     if (!bk_test::hasDevelopmentStationKey()) GTEST_SKIP() << "no development station key";
-    info_ = bk_test::readyStationInfo();
-    signed_ = true;
   }
   bk_test::Answer add(const char* name, const char* value, bool nullHandle = false) {
     markLog();
@@ -113,7 +111,7 @@ TEST_F(Attributes, GoodSerialNumberIsStoredInUpperCaseOnceAndQueriedOnce) {
   start();
   EXPECT_EQ(add("serialnumber", "c0212abcdef").status, 0u);
   EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "C0212ABCDEF");
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   EXPECT_TRUE(uut_->wasSFCQueryUnitThreadCreated());
   // The name counts, not the number: any second one is refused, unqueried.
   EXPECT_TRUE(
@@ -130,10 +128,10 @@ TEST_F(Attributes, BadSerialNumberUnderEachPolicy) {
   bk_test::Answer answer = add("serialnumber", "123");
   EXPECT_EQ(answer.text, "createAttribute: Invalid Serial Number passed");
   EXPECT_EQ(answer.status, kFailBit | (32u << 20) | BK_MSG_ERROR_INVALID_SERIAL_NUMBER);
-  EXPECT_TRUE(uut_->pendingFailureActive);
-  EXPECT_EQ(uut_->pendingFailureName, "SERIAL_NUMBER_NOT_OK [ACTIVE]:");
-  EXPECT_EQ(uut_->pendingFailureDetail, kBadSerialText + kBadSerialText);
-  EXPECT_EQ(uut_->pendingFailureMessage, kBadSerialText + kBadSerialText);
+  EXPECT_TRUE(uut_->pendingFailure.active());
+  EXPECT_EQ(uut_->pendingFailure.name(), "SERIAL_NUMBER_NOT_OK [ACTIVE]:");
+  EXPECT_EQ(uut_->pendingFailure.detail(), kBadSerialText + kBadSerialText);
+  EXPECT_EQ(uut_->pendingFailure.message(), kBadSerialText + kBadSerialText);
   EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "123");
   EXPECT_FALSE(uut_->wasSFCQueryUnitThreadCreated());
 
@@ -145,21 +143,23 @@ TEST_F(Attributes, BadSerialNumberUnderEachPolicy) {
     // The station sees a plain success; the text still tells.
     EXPECT_TRUE(bk_test::answered(add("serialnumber", "abc"), true, 0u,
                                   "createAttribute: Invalid Serial Number passed"));
-    EXPECT_TRUE(uut_->pendingFailure);
-    EXPECT_FALSE(uut_->pendingFailureActive);
-    EXPECT_EQ(uut_->pendingFailureName, "SERIAL_NUMBER_NOT_OK [PASSIVE]:");
+    EXPECT_TRUE(uut_->pendingFailure.failed());
+    EXPECT_FALSE(uut_->pendingFailure.active());
+    EXPECT_EQ(uut_->pendingFailure.name(), "SERIAL_NUMBER_NOT_OK [PASSIVE]:");
     EXPECT_EQ(doc()["test_attributes"]["unit_serial_number"], "ABC");
   }
 }
 
 TEST_F(Attributes, AcceptedWhileTheDirectoryOfTheCurrentStateExists) {
-  info_["lifeline"]["BK_MSG_ERROR_UNIT_ID_INVALID"] = 1;
   start();
-  uut_->state = UUT_STATE_DONE;  // as if done had not renamed the directory yet
+  bk_test::addAttributes(uut_);
+  bk_test::addResult(uut_, BK_PASS, "t");
+  ASSERT_TRUE(done().success);
+  std::filesystem::rename(bk_test::dirOf(uut_, ".did"), "/vault/elsewhere");
   bk_test::Answer answer = add("late", "x");
   EXPECT_EQ(answer.status, kFailBit | (1u << 20) | BK_MSG_ERROR_UNIT_ID_INVALID);
   EXPECT_EQ(answer.text.find("UUTHandle passed to BK_addAttribute '0x"), 0u) << answer.text;
-  std::filesystem::rename(bk_test::dirOf(uut_, ""), bk_test::dirOf(uut_, ".done"));
+  std::filesystem::rename("/vault/elsewhere", bk_test::dirOf(uut_, ".did"));
   EXPECT_EQ(add("late", "x").status, 0u);
   EXPECT_EQ(dev()["late"], "x");
 }

@@ -21,12 +21,6 @@ class CommitTest : public SessionTest {
     SessionTest::SetUp();
     logStart_ = readLog().size();
   }
-  // A session with the given results, taken through a clean done.
-  CUUT* doneSession(int passes, int failures = 0, int nas = 0) {
-    filled(passes, failures, nas);
-    EXPECT_TRUE(done().success);
-    return uut_;
-  }
   Json::Value committedResults() { return parseFile(dirOf(uut_, ".commit/results.Json")); }
   // The log written since the test began, so the test reads only its own lines.
   std::string newLog() { return readLog().substr(logStart_); }
@@ -52,16 +46,16 @@ struct VerdictRow {
   const char* replyText;  // "" when the reply carries none
 };
 
-// Every row of the verdict table.  The pending failure is set by hand after
-// done, next to its one failing test, as done leaves it.
+// Every row of the verdict table.  A pending failure is the ethernet down
+// under the row's policy; done adds its one failing test.
 const VerdictRow kVerdictRows[] = {
-    {"PassPendingPassive", BK_PASS, 2, 1, 0, true, false, "FAIL", true,
+    {"PassPendingPassive", BK_PASS, 2, 0, 0, true, false, "FAIL", true,
      "Commit(BK_PASS): An amIOK failure", ""},
-    {"PassPendingActive", BK_PASS, 2, 1, 0, true, true, "FAIL", false,
+    {"PassPendingActive", BK_PASS, 2, 0, 0, true, true, "FAIL", false,
      "Commit(BK_PASS): An amIOK failure", ""},
     {"PassClean", BK_PASS, 3, 0, 0, false, false, "PASS", false,
      "Commit(BK_PASS): testFailures[0] and testPasses[1 or more]", ""},
-    {"PassWithFailures", BK_PASS, 1, 2, 0, true, false, "FAIL", false,
+    {"PassWithFailures", BK_PASS, 1, 1, 0, true, false, "FAIL", false,
      "Commit(BK_PASS): testFailures[at least 1] Failing the test",
      "Cannot commit PASS with [2] failing tests, Otter FAILing the test"},
     {"PassOnlyNA", BK_PASS, 0, 0, 2, false, false, "FAIL", false,
@@ -69,7 +63,7 @@ const VerdictRow kVerdictRows[] = {
      "Cannot commit PASS with [0] failing tests, Otter FAILing the test"},
     {"NAClaimCountsAsPass", BK_NA, 3, 0, 0, false, false, "PASS", false,
      "Commit(BK_PASS): testFailures[0] and testPasses[1 or more]", ""},
-    {"FailPendingPassive", BK_FAIL, 2, 1, 0, true, false, "FAIL", true,
+    {"FailPendingPassive", BK_FAIL, 2, 0, 0, true, false, "FAIL", true,
      "Commit(BK_FAIL): testFailures[at least 1]  An amIOK earlier ...", ""},
     {"FailWithFailures", BK_FAIL, 1, 3, 0, false, false, "FAIL", false,
      "Commit(BK_FAIL): testFailures[at least 1]  Failing test", ""},
@@ -84,10 +78,14 @@ class VerdictTest : public CommitTest, public ::testing::WithParamInterface<Verd
 
 TEST_P(VerdictTest, RecordsVerdictAndHandsOver) {
   const VerdictRow& row = GetParam();
+  if (row.pending) {
+    Json::Value info = readyStationInfo();
+    info["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = row.pendingActive ? 1 : 0;
+    Json::Value health = sampleHealth();
+    health["ethernet_ok"] = 0;
+    writeReadyStation(info, health);
+  }
   CUUT* uut = doneSession(row.passes, row.failures, row.nas);
-  uut->pendingFailure = row.pending;
-  uut->pendingFailureActive = row.pendingActive;
-  uut->pendingFailureName = "EtherNet unplugged [PASSIVE]";
 
   // Whatever the row, a commit that got to the hand-over answers pass.
   EXPECT_TRUE(answered(commit(row.claim), true, 0, row.replyText));
@@ -179,35 +177,43 @@ TEST_F(CommitTest, OutOfSequenceVanishedOrEmptySessionsCancel) {
                        "NULL inHandle handle passed as a parameter"));
 }
 
+// A bad number from the attribute intake: ACTIVE cancels, PASSIVE writes and
+// signs but never hands over.  Am-I-okay's own label for it does not count.
 TEST_F(CommitTest, SerialNumberCasesHoldBackOrCancel) {
-  // No serial number attribute: nothing written, the session waits as .did.
-  doneSession(1)->attributeSerialNumberCreated = false;
-  EXPECT_EQ(commit().text,
-            "UUTCommit() was called before a 'serial number' attribute was added, NOT committing "
-            "the test results.");
-  EXPECT_TRUE(fileExists(dirOf(uut_, ".did")));
-  EXPECT_FALSE(fileExists(dirOf(uut_, ".did/results.tmp")));
-  EXPECT_FALSE(fileExists(dirOf(uut_, ".did/results.Json")));
-
-  // A bad number under the intake's exact name: ACTIVE cancels, PASSIVE writes
-  // and signs but never hands over; another check's spacing does not count.
-  const std::pair<const char*, const char*> cases[] = {
-      {"SERIAL_NUMBER_NOT_OK [ACTIVE]:", nullptr},
-      {"SERIAL_NUMBER_NOT_OK [PASSIVE]:", ".did/results.Json"},
-      {"SERIAL_NUMBER_NOT_OK[ACTIVE]:", ".commit/results.Json"}};
-  for (const auto& [name, left] : cases) {
-    doneSession(1)->pendingFailure = true;
-    uut_->pendingFailureName = name;
+  struct Case {
+    int policy;
+    const char* attribute;
+    const char* checked;  // by am-I-okay, when given
+    const char* left;     // what stays on disk; null when cancelled
+  };
+  const Case cases[] = {{1, "123", nullptr, nullptr},
+                        {0, "123", nullptr, ".did/results.Json"},
+                        {1, kSerial, "123", ".commit/results.Json"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::to_string(c.policy) + (c.checked ? " am-I-okay" : " attribute"));
+    Json::Value info = readyStationInfo();
+    info["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = c.policy;
+    writeReadyStation(info);
+    replace(startSession());
+    answerOf(BK_addAttribute(uut_, "serialnumber", c.attribute));
+    for (const char* name : {"softwarename", "softwareversion"}) {
+      expectSuccess(BK_addAttribute(uut_, name, "1"), name);
+    }
+    if (c.checked != nullptr) {
+      EXPECT_FALSE(amIOkay(c.checked).success);
+    }
+    addResult(uut_, BK_PASS, "t");
+    done();
     const Answer answer = commit();
-    EXPECT_EQ(answer.success, left != nullptr) << name;
-    if (left == nullptr) {
+    EXPECT_EQ(answer.success, c.left != nullptr);
+    if (c.left == nullptr) {
       EXPECT_EQ(answer.text,
                 "INVALID_SERIAL_NUMBER, NOT committing CANCELING test ERROR: [ACTIVE]");
       EXPECT_FALSE(fileExists(dirOf(uut_, ".did")));
     } else {
       EXPECT_EQ(uut_->state, UUT_STATE_COMMIT);
-      EXPECT_TRUE(fileExists(dirOf(uut_, left))) << name;
-      EXPECT_NE(fileExists(dirOf(uut_, ".commit")), fileExists(dirOf(uut_, ".did"))) << name;
+      EXPECT_TRUE(fileExists(dirOf(uut_, c.left)));
+      EXPECT_NE(fileExists(dirOf(uut_, ".commit")), fileExists(dirOf(uut_, ".did")));
     }
   }
 }
@@ -237,9 +243,13 @@ TEST_F(CommitTest, RecordedBlobsMustBeWholeOnDisk) {
   EXPECT_EQ(readFile(dirOf(uut, ".commit/blobs/") + record["file_name"].asString()), whole);
 }
 
+// A station id that the results' readers refuse: the written file fails its
+// verification, both times.
 TEST_F(CommitTest, FileFailingVerificationTwiceStaysWithCorruptCopy) {
+  Json::Value info = readyStationInfo();
+  info["ksinfo"]["STATION_ID"] = "TSTA L07";
+  writeReadyStation(info);
   CUUT* uut = doneSession(1);
-  uut->getRootJson()["test_station_attributes"].removeMember("limits_version");
   Answer answer = commit();
   EXPECT_FALSE(answer.success);
   EXPECT_EQ(answer.text,
@@ -248,11 +258,6 @@ TEST_F(CommitTest, FileFailingVerificationTwiceStaysWithCorruptCopy) {
   EXPECT_TRUE(fileExists(dirOf(uut, ".did/results.tmp")));
   EXPECT_FALSE(fileExists(dirOf(uut, ".commit")));
   EXPECT_EQ(readFile(corruptuutdataPath + uut->getUID()), readFile(dirOf(uut, ".did/results.tmp")));
-
-  // Mended, the same session may commit again.
-  uut->getRootJson()["test_station_attributes"]["limits_version"] = "L-9";
-  EXPECT_TRUE(commit().success);
-  EXPECT_TRUE(fileExists(dirOf(uut, ".commit/results.Json")));
 }
 
 }  // namespace

@@ -1,16 +1,14 @@
 // Done: the required attributes, the station's last checks, the end of the
 // unit-check thread, the failing test that a failure becomes, and the move to
 // UID.did.
+#include <errno.h>
 #include <gtest/gtest.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <string>
 
 #include "foundation/StationFiles.h"
 #include "foundation/StatusWord.h"
-#include "sfc/ThreadSupport.h"
-#include "sfc/UnitCheckThread.h"
 #include "support/SessionRun.h"
 
 using namespace bk_test;
@@ -67,7 +65,7 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   CUUT* uut = filled(2);
   EXPECT_TRUE(answered(done(), true, 0, ""));
   EXPECT_EQ(uut->state, UUT_STATE_DID);
-  EXPECT_FALSE(uut->pendingFailureActive);
+  EXPECT_FALSE(uut->pendingFailure.active());
   EXPECT_EQ(uut->testFailures, 1u);
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "EtherNet unplugged [PASSIVE]");
   EXPECT_EQ(fatalTest()["result"].asString(), "fail");
@@ -81,7 +79,7 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   writeReadyStation(info);
   filled(2);
   EXPECT_TRUE(done().success);
-  EXPECT_FALSE(uut_->pendingFailureActive);
+  EXPECT_FALSE(uut_->pendingFailure.active());
   EXPECT_EQ(fatalTest()["sub_test"].asString(), "Signature NOT OK [PASSIVE]: ");
 
   // A policy entry that cannot be read never softens the fault.
@@ -90,22 +88,23 @@ TEST_F(DoneTest, PassiveFailuresBecomeFailingTestBehindPassingReply) {
   writeReadyStation(info, health);
   filled(2);
   EXPECT_FALSE(done().success);
-  EXPECT_TRUE(uut_->pendingFailureActive);
+  EXPECT_TRUE(uut_->pendingFailure.active());
   EXPECT_NE(fatalTest()["sub_test"].asString().find("[ACTIVE]"), std::string::npos);
 }
 
 TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {
   // An earlier ACTIVE failure, as am-I-okay leaves it.
   CUUT* uut = filled(2);
-  uut->pendingFailure = uut->pendingFailureActive = true;
-  uut->pendingFailureName = "UNIT_OUT_OF_PROCESS [ACTIVE]";
-  uut->pendingFailureMessage = "unit is on hold";
-  EXPECT_TRUE(answered(done(), false, kStatusFailBit | (32u << 20) | 34u, "unit is on hold"));
+  unplugEthernet();
+  const Answer found = amIOkay();
+  ASSERT_FALSE(found.success);
+  EXPECT_TRUE(answered(done(), false, kStatusFailBit | (32u << 20) | 34u, found.text));
   EXPECT_EQ(uut->state, UUT_STATE_DID);
-  EXPECT_EQ(fatalTest()["sub_test"].asString(), "UNIT_OUT_OF_PROCESS [ACTIVE]");
-  EXPECT_EQ(fatalTest()["message"].asString(), "unit is on hold");
+  EXPECT_EQ(fatalTest()["sub_test"].asString(), "Ethernet UNPLUGGED: [ACTIVE] ");
+  EXPECT_EQ(fatalTest()["message"].asString(), found.text);
 
   // A station file whose signature no longer holds: ACTIVE whatever the policy.
+  writeReadyStation();
   uut = filled(2);
   Json::Value tampered = parseFile(kStationInfoPath);
   tampered["ksinfo"]["LINE_NUMBER"] = "L08";
@@ -114,7 +113,7 @@ TEST_F(DoneTest, ActiveFailuresFailReplyButStillMove) {
   EXPECT_FALSE(answer.success);
   EXPECT_EQ(answer.status & kStatusFailBit, kStatusFailBit);
   EXPECT_EQ(answer.text.rfind("ERROR: ks_station_info signature NOT OK,", 0), 0u) << answer.text;
-  EXPECT_EQ(uut->pendingFailureName, "Signature  NOT OK [ACTIVE]:");
+  EXPECT_EQ(uut->pendingFailure.name(), "Signature  NOT OK [ACTIVE]:");
   EXPECT_TRUE(fileExists(dirOf(uut, ".did")));
   EXPECT_EQ(uut->testFailures, 1u);
 }
@@ -126,12 +125,12 @@ TEST_F(DoneTest, ChecksThatThrowFailTheUnit) {
   info["ksinfo"]["SIGNATURE_EXPIRATION"] = "tomorrow";
   writeReadyStation(info);
   CUUT* uut = filled(2);
-  ASSERT_FALSE(uut->pendingFailureActive);
+  ASSERT_FALSE(uut->pendingFailure.active());
   Json::Value health = sampleHealth();
   health["ethernet_ok"] = 0;
   writeFile(kHealthPath, health.toStyledString());
   EXPECT_FALSE(done().success);
-  EXPECT_TRUE(uut->pendingFailureActive);
+  EXPECT_TRUE(uut->pendingFailure.active());
   EXPECT_EQ(uut->state, UUT_STATE_DID);
   ASSERT_TRUE(commit().success);
   const Json::Value attributes = parseFile(dirOf(uut, ".commit/results.Json"))["test_attributes"];
@@ -142,55 +141,22 @@ TEST_F(DoneTest, ChecksThatThrowFailTheUnit) {
 TEST_F(DoneTest, OwnFailureRecordPassesTheCountLimitAndIsCutToFit) {
   Json::Value info = readyStationInfo();
   info["ksinfo"]["MAX_PDATA_TESTS_ALLOWED"] = 2;
+  info["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
   writeReadyStation(info);
   CUUT* uut = filled(2);
-  uut->pendingFailure = uut->pendingFailureActive = true;
-  uut->pendingFailureName = "UNIT_OUT_OF_PROCESS [ACTIVE]";
-  uut->pendingFailureMessage = std::string(600, 'm');
+  // The unit check the serial number started ends without a client; then the
+  // servers' answer: out of process, for a reason too long for a record.
+  for (int i = 0; i < 5000 && sfcUnitThreadProbe(uut) != ESRCH; ++i) usleep(1000);
+  writeFile("/tmp/" + uut->getUID(),
+            "Response=0 SFC_OK UNIT OUT OF PROCESS " + std::string(600, 'm') + ",x");
+  ASSERT_FALSE(amIOkay(kSerial).success);
   EXPECT_FALSE(done().success);
   EXPECT_EQ(uut->testFailures, 1u);
-  EXPECT_EQ(fatalTest()["message"].asString(), std::string(512, 'm'));
+  EXPECT_EQ(fatalTest()["message"].asString(), " " + std::string(511, 'm'));
   ASSERT_TRUE(commit().success);
   EXPECT_EQ(parseFile(dirOf(uut, ".commit/results.Json"))["test_attributes"]["test_result"],
             "FAIL");
 }
-
-// Stands in for the unit-check thread: waits in "the client" until SIGALRM
-// arrives, then ends as the real one does.
-struct FakeUnitThread {
-  std::shared_ptr<SFCThreadState> state;
-  bool alarmed = false;
-  pthread_t id{};
-
-  explicit FakeUnitThread(CUUT* uut) : state(uut->sfcUnitThreadState) {
-    state->started = true;
-    // Started with SIGALRM blocked, as the real thread is.
-    sigset_t alarm = sfcAlarmSet(), callerMask;
-    pthread_sigmask(SIG_BLOCK, &alarm, &callerMask);
-    EXPECT_EQ(pthread_create(&id, nullptr, run, this), 0);
-    pthread_sigmask(SIG_SETMASK, &callerMask, nullptr);
-    uut->sfcUnitThread = id;
-    uut->sfcQueryUnitThreadCreated = true;
-  }
-  static void* run(void* self) {
-    auto* fake = static_cast<FakeUnitThread*>(self);
-    sfcMarkAlarmThread();
-    sigset_t alarm = sfcAlarmSet();
-    pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
-    for (int i = 0; i < 5000 && !fake->alarmed; ++i) {
-      fake->alarmed = bSupposedToDie.exchange(false);
-      usleep(1000);
-    }
-    std::lock_guard<std::mutex> hold(fake->state->endLock);
-    fake->state->ended = true;
-    return nullptr;
-  }
-  // Whether the thread ended because it was signalled.
-  bool joinAlarmed() {
-    pthread_join(id, nullptr);
-    return alarmed;
-  }
-};
 
 class DoneThreadTest : public DoneTest {
  protected:
@@ -209,32 +175,13 @@ class DoneThreadTest : public DoneTest {
   std::string response_;
 };
 
-TEST_F(DoneThreadTest, RunningThreadIsSignalledAndKilledOnlyWhenOverdue) {
-  FakeUnitThread young(uut_);
-  uut_->timeWhenSFCThreadCreated = time(nullptr);
-  EXPECT_TRUE(answered(done(), true, 0, "Digital signature verified OK"));
-  EXPECT_TRUE(young.joinAlarmed());
-  EXPECT_FALSE(uut_->pendingFailure);
-
-  SetUp();
-  FakeUnitThread overdue(uut_);
-  uut_->timeWhenSFCThreadCreated = time(nullptr) - 100;
-  const Answer answer = done();
-  EXPECT_TRUE(overdue.joinAlarmed());
-  const std::string killed =
-      "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + uut_->getUID() + "]";
-  EXPECT_TRUE(answered(answer, false, BK_buildStatus(BK_FAIL, 32, 33), killed + " [ACTIVE]"));
-  EXPECT_EQ(uut_->pendingFailureName, "SFC_QUERY_UNIT [ACTIVE]");
-  EXPECT_EQ(fatalTest()["sub_sub_test"].asString(), killed);
-}
-
 // A thread never started counts as ended: its answer decides, and is deleted.
 TEST_F(DoneThreadTest, EndedThreadsAnswerDecidesAndIsDeleted) {
   writeFile(response_,
             "Response=0 SFC_OK UNIT_OUT_OF_PROCESS: unit belongs to rework, station=FT\n");
   EXPECT_TRUE(answered(done(), true, 0, ""));
-  EXPECT_FALSE(uut_->pendingFailureActive);
-  EXPECT_EQ(uut_->pendingFailureName, "UNIT_OUT_OF_PROCESS [PASSIVE]");
+  EXPECT_FALSE(uut_->pendingFailure.active());
+  EXPECT_EQ(uut_->pendingFailure.name(), "UNIT_OUT_OF_PROCESS [PASSIVE]");
   EXPECT_FALSE(fileExists(response_));
 }
 

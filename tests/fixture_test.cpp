@@ -11,19 +11,13 @@ namespace {
 
 const unsigned kFailApiSyntax = 0x80100004u;
 
-class Fixture : public ::testing::Test {
+class Fixture : public SessionTest {
  protected:
-  void SetUp() override {
-    writeStationFiles();
-    uut = startSession();
-  }
-  void TearDown() override { BK_UID_destroy(uut); }
-  const Json::Value& station() { return uut->getRootJson()["test_station_attributes"]; }
-
-  CUUT* uut = nullptr;
+  const Json::Value& station() { return uut_->getRootJson()["test_station_attributes"]; }
 };
 
 TEST_F(Fixture, PositionLimitsAreInclusiveAndTheLastCallWins) {
+  CUUT* uut = filled(1);
   const std::string fixture16(16, 'F'), head8(8, 'H'), fixture17(17, 'F'), head9(9, 'H');
   expectSuccess(BK_setDUTPos(uut, fixture16.c_str(), head8.c_str()), "longest");
   EXPECT_EQ(station()["fixture_id"], fixture16);
@@ -45,19 +39,19 @@ TEST_F(Fixture, PositionLimitsAreInclusiveAndTheLastCallWins) {
   EXPECT_TRUE(station()["fixture_id"].isInt());
   EXPECT_EQ(station()["fixture_id"].asInt() * 100 + station()["head_id"].asInt(), 1006);
   // Any state the handle still reaches; the type follows the last call.
-  uut->state = UUT_STATE_COMMIT;
+  done();
+  ASSERT_TRUE(commit().success);
   expectSuccess(BK_setDUTPos(uut, "7", "2"), "text after commit");
   EXPECT_EQ(station()["fixture_id"], "7");
 }
 
 TEST_F(Fixture, ModuleHistoryNeedsSerialNumberAndOpenSession) {
+  CUUT* uut = replace(startSession());
   const std::string refused = "No serial number or invalid state while adding addHistoryAttributes";
   EXPECT_TRUE(answered(answerOf(BK_addModuleHistory(uut, "M1", "V", "D", "P", "S", "L")), false,
                        kFailApiSyntax, refused));
 
-  uut->serialNumber = kSerial;
-  uut->attributeSerialNumberCreated = true;
-  uut->rootJson["test_attributes"]["unit_serial_number"] = kSerial;
+  addAttributes(uut);
   expectSuccess(BK_addModuleHistory(uut, "M1", "V1", "D1", "P1", "S1", "L1"), "full");
   expectSuccess(BK_addModuleHistory(uut, "M2", "V2", "D2", nullptr, nullptr, nullptr), "short");
   Json::Value expected(Json::objectValue);  // one module: the last
@@ -69,7 +63,7 @@ TEST_F(Fixture, ModuleHistoryNeedsSerialNumberAndOpenSession) {
   }
   EXPECT_EQ(uut->getRootJson()["modules"], expected);
 
-  uut->state = UUT_STATE_DONE;
+  done();
   EXPECT_EQ(answerOf(BK_addModuleHistory(uut, "M3", "V", "D", "P", "S", "L")).text, refused);
   EXPECT_EQ(uut->getRootJson()["modules"]["module_serial_number"], "M2");
   EXPECT_EQ(answerOf(BK_addModuleHistory(nullptr, "M", "V", "D", "P", "S", "L")).text,
@@ -77,8 +71,11 @@ TEST_F(Fixture, ModuleHistoryNeedsSerialNumberAndOpenSession) {
 }
 
 TEST_F(Fixture, StationFailureReportWhileOpenOrDid) {
+  CUUT* uut = replace(startSession());
   expectSuccess(BK_sendStationFailureReport(uut, "calibrate", "lamp"), "open, no serial");
-  uut->state = UUT_STATE_DID;
+  addAttributes(uut);
+  addResult(uut, BK_PASS, "t");
+  done();
   expectSuccess(BK_sendStationFailureReport(uut, "probe", "no contact"), "did");
   const Json::Value& doc = uut->getRootJson();
   EXPECT_EQ(doc["station_failure"]["failure_step"], "probe");
@@ -86,12 +83,9 @@ TEST_F(Fixture, StationFailureReportWhileOpenOrDid) {
   EXPECT_EQ(doc["test_attributes"]["override"], "1");
 
   const std::string prefix = "The UUT object state was not valid for this transition type. state ";
-  uut->state = UUT_STATE_COMMIT;
+  ASSERT_TRUE(commit().success);
   EXPECT_TRUE(answered(answerOf(BK_sendStationFailureReport(uut, "s", "r")), false, 0x80100011u,
                        prefix + "'commit'"));
-  uut->state = static_cast<UUTState>(9);
-  EXPECT_EQ(answerOf(BK_sendStationFailureReport(uut, "s", "r")).text, prefix + "'9'");
-  uut->state = UUT_STATE_OPEN;
 }
 
 }  // namespace

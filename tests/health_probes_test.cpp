@@ -4,13 +4,13 @@
 
 #include <string>
 
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 namespace {
 
 unsigned failStatus(unsigned message) { return (1u << 31) | (32u << 20) | message; }
 
-class HealthProbes : public bk_test::StationSession {
+class HealthProbes : public bk_test::SessionTest {
  protected:
   unsigned status() { return reply_.getStatus(); }
   std::string text() { return reply_.hasData() ? reply_.getData() : "<none>"; }

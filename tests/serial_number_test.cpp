@@ -9,7 +9,7 @@
 #include "foundation/StatusWord.h"
 #include "foundation/TextError.h"
 #include "foundation/TextScanners.h"
-#include "support/StationSession.h"
+#include "support/SessionRun.h"
 
 using namespace std::string_literals;
 
@@ -22,7 +22,7 @@ std::string lengthText(const std::string& sn) {
   return errorText("Serial number is not 11, 12, 13, 16, 17 or 20 digits long (FG, MLB, FULL)", sn);
 }
 
-class SerialNumber : public bk_test::StationSession {
+class SerialNumber : public bk_test::SessionTest {
  protected:
   void SetUp() override { start(); }
   // The reply's text for a number, "" when it is valid.
@@ -104,25 +104,29 @@ TEST_F(SerialNumber, PolicyDecidesThePendingFailureOnly) {
     SCOPED_TRACE(entry.toStyledString());
     info_["lifeline"]["BK_MSG_ERROR_INVALID_SERIAL_NUMBER"] = entry;
     if (entry.isNull()) info_["lifeline"].removeMember("BK_MSG_ERROR_INVALID_SERIAL_NUMBER");
+    info_["lifeline"]["BK_MSG_ERROR_ETHERNET_NOT_RESPONDING"] = 0;
     start();
-    uut_->pendingFailure = true;  // a PASSIVE verdict takes an earlier one back
+    // An earlier PASSIVE failure, which a PASSIVE verdict takes back.
+    unplugEthernet();
+    ASSERT_TRUE(amIOkay().success);
+    ASSERT_TRUE(uut_->pendingFailure.failed());
     CBKReply reply;
     EXPECT_FALSE(uut_->validateSerialNumber(&reply, "C02"));
-    EXPECT_EQ(uut_->pendingFailure, pending);
-    EXPECT_EQ(uut_->pendingFailureName, pending ? active : passive);
-    EXPECT_FALSE(uut_->pendingFailureActive);
+    EXPECT_EQ(uut_->pendingFailure.failed(), pending);
+    EXPECT_EQ(uut_->pendingFailure.name(), pending ? active : passive);
+    EXPECT_FALSE(uut_->pendingFailure.active());
   }
   // A good number leaves both fields as they are.
   CBKReply reply;
   EXPECT_TRUE(uut_->validateSerialNumber(&reply, "C0213ABCDEF"));
-  EXPECT_TRUE(uut_->pendingFailure);
-  EXPECT_EQ(uut_->pendingFailureName, active);
+  EXPECT_TRUE(uut_->pendingFailure.failed());
+  EXPECT_EQ(uut_->pendingFailure.name(), active);
 }
 
 TEST_F(SerialNumber, VersionsAndTheEntryPointCheckWithoutStoring) {
   EXPECT_TRUE(uut_->validateSerialNumber(nullptr, "bad"));
   EXPECT_TRUE(uut_->validateVersion(nullptr, "bad version"));
-  EXPECT_FALSE(uut_->pendingFailure);
+  EXPECT_FALSE(uut_->pendingFailure.failed());
   CBKReply version;  // letters, digits, period, underscore and hyphen; counted from 1
   EXPECT_TRUE(uut_->validateVersion(&version, "1.2_3-b"));
   EXPECT_FALSE(uut_->validateVersion(&version, "1.2.3/"));

@@ -5,7 +5,7 @@
 #include "foundation/StatusWord.h"
 #include "interface/Bramblekit.h"
 #include "session/UUT.h"
-#include "support/TestSupport.h"
+#include "support/SessionRun.h"
 
 namespace {
 
@@ -116,8 +116,11 @@ TEST(SessionCancel, RemovesTheDirectoryOfTheCurrentStateAndAnswersPassTwice) {
   BK_UID_destroy(uut);
 
   uut = start();
-  ASSERT_EQ(rename(uut->getPath().c_str(), uut->getPath(UUT_STATE_COMMIT).c_str()), 0);
-  uut->state = UUT_STATE_COMMIT;
+  bk_test::addAttributes(uut);
+  bk_test::addResult(uut, BK_PASS, "t");
+  BK_reply_destroy(BK_UUTDone(uut));
+  BK_reply_destroy(BK_UUTCommit(uut, BK_PASS));
+  ASSERT_TRUE(isDirectory(uut->getPath(UUT_STATE_COMMIT)));
   BK_reply_destroy(BK_UUTCancel(uut));
   EXPECT_FALSE(isDirectory(uut->getPath(UUT_STATE_COMMIT)));
   BK_UID_destroy(uut);

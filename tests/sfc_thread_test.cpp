@@ -9,6 +9,7 @@
 
 #include "sfc/ThreadSupport.h"
 #include "sfc_client_double/SfcTestSupport.h"
+#include "support/SessionRun.h"
 
 using namespace sfc_test;
 
@@ -93,6 +94,40 @@ TEST_F(UnitCheckThread, SlowClientPastTheTimeoutThenAnswersAfterTheSignal) {
   EXPECT_FALSE(bSupposedToDie.load());  // the thread took the flag
   EXPECT_EQ(responseFile(), kOkAnswer);
   EXPECT_TRUE(BK_isSFCQueryUnitOK(uut_, &reply_, nullptr));
+}
+
+// Done ends a check that still waits for its server: it signals the thread,
+// and fails the check as killed only once it is overdue.
+TEST_F(UnitCheckThread, DoneSignalsAWaitingCheckAndKillsItOnlyWhenOverdue) {
+  for (int timeout : {15, 1}) {
+    SCOPED_TRACE(timeout);
+    script("SFCQueryRecordUnitCheck", {answer(kOkAnswer, 3000)});
+    Json::Value info = bk_test::readyStationInfo();
+    info["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = "ON";
+    info["ksinfo"]["SFC_TIMEOUT"] = timeout;
+    bk_test::writeReadyStation(info);
+    if (uut_ != nullptr) BK_UID_destroy(uut_);
+    uut_ = bk_test::startSession();
+    bk_test::addAttributes(uut_);  // the serial number starts the check
+    bk_test::addResult(uut_, BK_PASS, "t");
+    const time_t created = uut_->getTimeWhenSFCThreadCreated();
+    const size_t asked = timeout == 15 ? 1 : 2;  // the client waits from its call on
+    ASSERT_TRUE(waitFor([&] { return calls("SFCQueryRecordUnitCheck").size() == asked; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));  // and is in its delay
+    ASSERT_TRUE(waitFor([&] { return time(nullptr) >= created + (timeout == 1 ? 2 : 0); }));
+    const bk_test::Answer answer = bk_test::answerOf(BK_UUTDone(uut_));
+    const std::string killed =
+        "SFC_QUERY_UNIT THREAD KILLED: terminated by BK for [" + uut_->getUID() + "]";
+    if (timeout == 15) {
+      EXPECT_TRUE(bk_test::answered(answer, true, 0, "Digital signature verified OK"));
+    } else {
+      EXPECT_TRUE(
+          bk_test::answered(answer, false, BK_buildStatus(BK_FAIL, 32, 33), killed + " [ACTIVE]"));
+    }
+    EXPECT_EQ(bk_test::countLines(bk_test::readLog(), killed) > 0, timeout == 1);
+    ASSERT_TRUE(waitForAllSFCThreads());
+    EXPECT_EQ(calls("signal").size(), asked);
+  }
 }
 
 TEST_F(UnitCheckThread, TimeoutThatIsNotAPositiveIntegerIsLoggedAs15) {

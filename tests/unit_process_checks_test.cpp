@@ -6,29 +6,28 @@
 #include <string>
 
 #include "foundation/StatusWord.h"
-#include "support/StationSession.h"
+#include "sfc/UnitProcessChecks.h"
+#include "support/SessionRun.h"
 
 namespace {
 
-class UnitProcessChecks : public bk_test::StationSession {
+class UnitProcessChecks : public bk_test::SessionTest {
  protected:
   void SetUp() override { restart(); }
   void restart(const std::string& feature = "ON", const Json::Value& timeout = 15) {
     info_["ksinfo"]["SFC_QUERY_UNIT_ON_OFF"] = feature;
     info_["ksinfo"]["SFC_TIMEOUT"] = timeout;
     start();
+    view_ = {uut_->getUID()};
   }
   // As after the attribute intake started the thread `age` seconds ago.
-  void threadStarted(time_t age) {
-    uut_->attributeSerialNumberCreated = true;
-    uut_->sfcQueryUnitThreadCreated = true;
-    uut_->timeWhenSFCThreadCreated = time(nullptr) - age;
-  }
+  void threadStarted(time_t age) { view_ = {uut_->getUID(), true, true, time(nullptr) - age}; }
   void respond(const std::string& text) { bk_test::writeFile("/tmp/" + uut_->getUID(), text); }
-  bool queryOK() { return BK_isSFCQueryUnitOK(uut_, &reply_, nullptr); }
-  bool outOfProcess() { return BK_isUnitOutOfProcess(uut_, &reply_, nullptr); }
+  bool queryOK() { return unitcheck::BK_isSFCQueryUnitOK(view_, &reply_); }
+  bool outOfProcess() { return unitcheck::BK_isUnitOutOfProcess(uut_->getUID(), &reply_); }
   std::string text() { return reply_.getData(); }
 
+  UnitCheckView view_;  // the session as the checks see it
   CBKReply reply_;
 };
 
@@ -36,7 +35,7 @@ class UnitProcessChecks : public bk_test::StationSession {
 // all pass, and nothing is out of process.
 TEST_F(UnitProcessChecks, EarlyCallsPass) {
   EXPECT_TRUE(queryOK());
-  uut_->attributeSerialNumberCreated = true;
+  view_.serialNumberAdded = true;
   EXPECT_TRUE(queryOK());
   EXPECT_FALSE(outOfProcess());
   restart("OFF");
@@ -52,7 +51,7 @@ TEST_F(UnitProcessChecks, WithoutFileTheTimeoutDecides) {
   threadStarted(0);
   EXPECT_TRUE(queryOK());
   threadStarted(20);
-  time_t created = uut_->timeWhenSFCThreadCreated;
+  time_t created = view_.startedAt;
   EXPECT_FALSE(queryOK());
   EXPECT_EQ(text(), "BK_AMIOkay/BK_isSFCQueryUnitOK: SFC_QUERY_UNIT: timeNow[" +
                         std::to_string(created + 20) + "] - timeWhenSFCThreadCreated [" +

@@ -71,14 +71,10 @@ inline CUUT* startSession(Json::Value info = bk_test::sampleStationInfo()) {
   return static_cast<CUUT*>(handle);
 }
 
-// What the attribute intake does with a good serial number.
+// The serial number attribute starts the unit check, as a station's does.
 inline bool startUnitCheck(CUUT* uut, const std::string& serialNumber) {
-  uut->attributeSerialNumberCreated = true;
-  uut->serialNumber = serialNumber;
-  if (!uut->SFC_QueryRecordUnitCheck(serialNumber)) return false;
-  uut->timeWhenSFCThreadCreated = time(nullptr);
-  uut->sfcQueryUnitThreadCreated = true;
-  return true;
+  BK_reply_destroy(BK_addAttribute(uut, "serialnumber", serialNumber.c_str()));
+  return uut->wasSFCQueryUnitThreadCreated();
 }
 
 // Polls the condition every 10 ms for up to `seconds`.

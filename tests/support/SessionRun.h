@@ -7,6 +7,7 @@
 #include <json/json.h>
 #include <string.h>
 #include <time.h>
+#include <utime.h>
 
 #include <string>
 
@@ -102,7 +103,9 @@ inline ::testing::AssertionResult answered(const Answer& answer, bool success, u
                                        << answer.status << " \"" << answer.text << '"';
 }
 
-// A test on a ready station that owns one session at a time.
+// The fixture of the session tests: one session at a time, on a ready station
+// (signed, every fault ACTIVE) unless the test chooses other station files.
+// It reaches every state through the exported calls.
 class SessionTest : public ::testing::Test {
  protected:
   void SetUp() override { writeReadyStation(); }
@@ -112,6 +115,14 @@ class SessionTest : public ::testing::Test {
     if (uut_ != nullptr) BK_UID_destroy(uut_);
     return uut_ = uut;
   }
+  // Writes info_ and health_ (the info file signed if signed_) and starts a
+  // new session, which reads them.
+  CUUT* start() {
+    signed_ ? writeSignedStationFiles(info_, health_) : writeStationFiles(info_, health_);
+    replace(startSession());
+    EXPECT_NE(uut_, nullptr);
+    return uut_;
+  }
   // A new session with all its attributes and the given results.
   CUUT* filled(int passes, int failures = 0, int nas = 0, bool withLimits = true) {
     replace(startSession());
@@ -119,9 +130,42 @@ class SessionTest : public ::testing::Test {
     addResults(uut_, passes, failures, nas);
     return uut_;
   }
+  // As filled, and taken through done, which moved it to UID.did.
+  CUUT* doneSession(int passes, int failures = 0, int nas = 0) {
+    filled(passes, failures, nas);
+    done();
+    EXPECT_TRUE(fileExists(std::string(kUutData) + uut_->getUID() + ".did"));
+    return uut_;
+  }
   Answer done() { return answerOf(BK_UUTDone(uut_)); }
   Answer commit(BK_PASSFAILRESULT claim = BK_PASS) { return answerOf(BK_UUTCommit(uut_, claim)); }
+  Answer amIOkay(const char* serialNumber = nullptr) {
+    return answerOf(BK_amIOkay(uut_, serialNumber));
+  }
+  // The health agent reports the ethernet down from now on: am-I-okay and
+  // done fail on it, ACTIVE or PASSIVE by the station's policy.
+  void unplugEthernet() {
+    health_["ethernet_ok"] = 0;
+    writeFile(kHealthPath, health_.toStyledString());
+  }
+
+  void markLog() { logMark_ = readLog().size(); }
+  // Whether the log gained `text` since the last mark.
+  bool logged(const std::string& text) const {
+    return readLog().find(text, logMark_) != std::string::npos;
+  }
+  // As if the health agent had last written its file an hour ago.
+  static void ageHealthFile() {
+    const time_t old = time(nullptr) - 3600;
+    struct utimbuf times = {old, old};
+    ASSERT_EQ(utime(kHealthPath, &times), 0);
+  }
+
+  Json::Value info_ = readyStationInfo();
+  Json::Value health_ = sampleHealth();
+  bool signed_ = true;
   CUUT* uut_ = nullptr;
+  std::size_t logMark_ = 0;
 };
 
 inline std::string dirOf(CUUT* uut, const char* suffix) {

@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "foundation/MessageNames.h"
+
 namespace bk_test {
 
 namespace fs = std::filesystem;
@@ -45,28 +47,6 @@ std::size_t countLines(const std::string& text, const std::string& needle) {
 }
 
 namespace {
-
-// Every message the library can raise, so that a test sees each fault as a
-// real failure unless it lowers the policy itself.
-const char* const kLifelineMessages[] = {
-    "BK_MSG_ERROR_NETWORK_NOT_RESPONDING",
-    "BK_MSG_ERROR_ETHERNET_NOT_RESPONDING",
-    "BK_MSG_ERROR_INVALID_STATION_TYPE",
-    "BK_MSG_ERROR_INVALID_SW_VERSION",
-    "BK_MSG_ERROR_INVALID_BK_VERSION",
-    "BK_MSG_ERROR_INVALID_VERSION",
-    "BK_MSG_ERROR_MARTEN_NOT_RUNNING",
-    "BK_MSG_ERROR_DCS_NOT_RESPONDING",
-    "BK_MSG_ERROR_TRAX_NOT_RESPONDING",
-    "BK_MSG_ERROR_KESTREL_NOT_RESPONDING",
-    "BK_MSG_ERROR_INVALID_SERIAL_NUMBER",
-    "BK_MSG_ERROR_API_UNHANDLED",
-    "BK_MSG_ERROR_API_SYNTAX",
-    "BK_MSG_ERROR_FILESYSTEM",
-    "BK_MSG_ERROR_INVALID_DATA_FORMAT",
-    "BK_MSG_ERROR_UNIT_OUT_OF_PROCESS",
-    "BK_MSG_ERROR_SFC_QUERY_UNIT",
-};
 
 Json::Value bitList(const char* first, const char* second, const char* third, const char* fourth) {
   Json::Value list(Json::arrayValue);
@@ -119,8 +99,12 @@ Json::Value sampleStationInfo() {
   ksinfo["STATION_DISPLAY_NAME"] = "Functional Test 1";
   ksinfo["SIGNATURE_VERSION"] = "1";
 
+  // Every message of the library's table ACTIVE, so that a test sees each
+  // fault as a real failure unless it lowers the policy itself.
   Json::Value lifeline(Json::objectValue);
-  for (const char* message : kLifelineMessages) lifeline[message] = 1;
+  for (const char* message : BKMessageNumberNames) {
+    if (*message != '\0') lifeline[message] = 1;
+  }
 
   Json::Value swversions(Json::objectValue);
   swversions["desktop_wallpaper"] = "0123456789abcdef0123456789abcdef";

@@ -33,7 +33,7 @@ std::string readLog();
 std::size_t countLines(const std::string& text, const std::string& needle);
 
 // A complete station info document as a station receives it, still unsigned.
-// Every fault the library can raise is ACTIVE in its "lifeline" policy, and
+// Every message of the library's table is ACTIVE in its "lifeline" policy, and
 // the background shop-floor unit check is switched off.
 Json::Value sampleStationInfo();
 // A health document that every health probe accepts: all checks ok, and the
