@@ -63,8 +63,9 @@ std::string formProblem(const CBKTestSpec& spec, const CBKTestResult& result) {
 namespace intake {
 
 CBKReply* BK_addResult(CUUT* uut, const CBKTestSpec& testSpec, const CBKTestResult& testResult) {
-  // A result logs three lines or more: one write for all of them.
-  BKLogBatch logBatch;
+  // A result logs three lines or more: gathered, and held with the log's
+  // other held lines, since stations send results by the thousand.
+  BKLogBatch logBatch(BKLogDelivery::Hold);
   CBKReply* reply = new CBKReply();
   const void* handle = uut;
   // Logged without a string stream: this runs once per result, tens of
