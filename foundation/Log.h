@@ -35,7 +35,7 @@ class CBKLog {
   // lines, which are the parent's to write.
   void dropHeldInChild();
 
-  static const size_t kHeldLimit = 64 * 1024;
+  static constexpr size_t kHeldLimit = 64 * 1024;
 
  private:
   // Both with the write lock held.

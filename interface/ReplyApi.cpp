@@ -60,7 +60,12 @@ void BK_reply_destroy(BKReplyHandle reply) { delete static_cast<CBKReply*>(reply
 
 // An unknown reply (freed, never given out, or another kind of handle) is
 // answered like a NULL one.
-const char* BK_getVersion(void) { return unguarded::BK_getVersion(); }
+// Nothing here can throw; like every entry point outside the per-result
+// calls, it writes the log's held lines.
+const char* BK_getVersion(void) {
+  bkLogFlush();
+  return unguarded::BK_getVersion();
+}
 
 bool BK_success(BKReplyHandle reply) {
   return bkGuard(
