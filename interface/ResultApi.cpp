@@ -8,11 +8,13 @@
 namespace unguarded {
 
 BKReplyHandle BK_addResult(UUTHandle handle, testSpecHandle spec, testResultHandle result) {
-  CBKReply* reply = new CBKReply();
-  BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
-  BK_RETURN_IF_NULL(reply, spec, "testSpecHandle");
-  BK_RETURN_IF_NULL(reply, result, "testResultHandle");
-  delete reply;
+  // The reply for a NULL argument is made only when there is one.
+  if (handle == nullptr || spec == nullptr || result == nullptr) {
+    CBKReply* reply = new CBKReply();
+    BK_RETURN_IF_NULL(reply, handle, "UUTHandle");
+    BK_RETURN_IF_NULL(reply, spec, "testSpecHandle");
+    BK_RETURN_IF_NULL(reply, result, "testResultHandle");
+  }
   return intake::BK_addResult(static_cast<CUUT*>(handle), *static_cast<CBKTestSpec*>(spec),
                               *static_cast<CBKTestResult*>(result));
 }
