@@ -1,9 +1,11 @@
 #include "foundation/Log.h"
 
+#include <pthread.h>
 #include <stdio.h>
 #include <string.h>
 #include <time.h>
 
+#include <atomic>
 #include <iomanip>
 #include <iostream>
 #include <mutex>
@@ -51,25 +53,82 @@ void CBKLog::setupFileStream() {
 
 // The SFC threads log beside the application's thread, and one stream may not
 // be written by two threads at once.  The lock is held for the insertion and
-// the flush only, with nothing else taken inside it.
+// the flush only, with nothing else taken inside it.  It also guards the held
+// lines.
 static std::mutex logWriteLock;
+// Whether the log holds lines: read without the lock by every entry point on
+// its way out, so that holding nothing costs no lock.
+static std::atomic<bool> linesHeld{false};
 
-void CBKLog::write(const char* text) {
-  std::lock_guard<std::mutex> hold(logWriteLock);
+void CBKLog::put(const char* text, size_t length) {
   if (stream_ == nullptr || !stream_->is_open()) return;
   // A failed write (a full disk) leaves the stream in a failed state, which
   // would silence every later line: each line tries again.
   if (!stream_->good()) stream_->clear();
-  *stream_ << text;
+  stream_->write(text, static_cast<std::streamsize>(length));
   stream_->flush();
+}
+
+void CBKLog::writeHeld() {
+  if (held_.empty()) return;
+  put(held_.data(), held_.size());
+  held_.clear();
+  linesHeld.store(false, std::memory_order_release);
+}
+
+void CBKLog::write(const char* text) {
+  std::lock_guard<std::mutex> hold(logWriteLock);
+  writeHeld();
+  put(text, strlen(text));
 }
 
 void CBKLog::write(const std::stringstream* text) { write(text->str().c_str()); }
 
+void CBKLog::hold(const std::string& text) {
+  std::lock_guard<std::mutex> guard(logWriteLock);
+  held_.append(text);
+  linesHeld.store(true, std::memory_order_release);
+  if (held_.size() >= kHeldLimit) writeHeld();
+}
+
+void CBKLog::flush() {
+  std::lock_guard<std::mutex> guard(logWriteLock);
+  writeHeld();
+}
+
+namespace {
+
+// A child made by fork would write its copy of the held lines a second time
+// when it exits: it drops them, and its parent writes them.
+void lockForFork() { logWriteLock.lock(); }
+void unlockInParent() { logWriteLock.unlock(); }
+void dropInChild() {
+  if (oneLog != nullptr) oneLog->dropHeldInChild();
+  linesHeld.store(false, std::memory_order_relaxed);
+  logWriteLock.unlock();
+}
+
+}  // namespace
+
+void CBKLog::dropHeldInChild() { held_.clear(); }
+
+void bkLogFlush() noexcept {
+  if (!linesHeld.load(std::memory_order_acquire)) return;
+  try {
+    if (oneLog != nullptr) oneLog->flush();
+  } catch (...) {
+    // The log never reports failure.
+  }
+}
+
 // The first log line of the process comes from the application's thread,
 // before any background thread exists, so creation needs no lock.
 CBKLog* getLog() {
-  if (oneLog == nullptr) oneLog = new CBKLog(bramblekitLogFilePath);
+  if (oneLog == nullptr) {
+    static std::once_flag forkHandlers;
+    std::call_once(forkHandlers, [] { pthread_atfork(lockForFork, unlockInParent, dropInChild); });
+    oneLog = new CBKLog(bramblekitLogFilePath);
+  }
   return oneLog;
 }
 
@@ -106,7 +165,10 @@ static std::string formatLocalTime(long when, const char* format) {
   return buffer;
 }
 
-std::string Util_makeTimestamp(long when) {
+namespace {
+
+// Appends Util_makeTimestamp(when) to `out`.
+void appendTimestamp(std::string& out, long when) {
   // The seconds come from time(), the fraction from the unique clock, also
   // for an explicit time: the fraction is what makes the stamp unique.
   struct timeval tv;
@@ -122,9 +184,28 @@ std::string Util_makeTimestamp(long when) {
     cachedSeconds = seconds;
     cached = true;
   }
-  char fraction[16];
-  snprintf(fraction, sizeof(fraction), ".%06ld", static_cast<long>(tv.tv_usec));
-  return cachedStamp + fraction;
+  out.append(cachedStamp);
+  // ".%06ld" by hand: at least six digits, more when the unique clock's
+  // offset has carried the microseconds past a second.
+  char digits[24];
+  char* first = digits + sizeof(digits);
+  unsigned long rest = static_cast<unsigned long>(tv.tv_usec);
+  int count = 0;
+  do {
+    *--first = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+    ++count;
+  } while (rest != 0 || count < 6);
+  *--first = '.';
+  out.append(first, static_cast<size_t>(digits + sizeof(digits) - first));
+}
+
+}  // namespace
+
+std::string Util_makeTimestamp(long when) {
+  std::string stamp;
+  appendTimestamp(stamp, when);
+  return stamp;
 }
 
 std::string Util_makeTimestamp2(long when) { return formatLocalTime(when, "%Y-%m-%d %H:%M:%S"); }
@@ -136,34 +217,38 @@ namespace {
 thread_local bool batchOpen = false;
 thread_local std::string heldLines;
 
-void writeLine(const char* line) {
-  if (batchOpen) {
-    heldLines.append(line);
-    return;
-  }
-  getLog()->write(line);
-}
-
 }  // namespace
 
-BKLogBatch::BKLogBatch() : outermost_(!batchOpen) { batchOpen = true; }
+BKLogBatch::BKLogBatch(BKLogDelivery delivery) : outermost_(!batchOpen), delivery_(delivery) {
+  batchOpen = true;
+}
 
 BKLogBatch::~BKLogBatch() {
   if (!outermost_) return;
   batchOpen = false;
   if (heldLines.empty()) return;
-  getLog()->write(heldLines.c_str());
+  if (delivery_ == BKLogDelivery::Hold) {
+    getLog()->hold(heldLines);
+  } else {
+    getLog()->write(heldLines.c_str());
+  }
   heldLines.clear();
 }
 
 void bkLogSessionLine(const std::string& uid, const char* function, const std::string& text) {
-  // Joined as a plain string: a session writes a few lines per result, and a
-  // stream's set-up costs more than the rest of the line.
-  std::string line = Util_makeTimestamp(0);
-  line.reserve(line.size() + uid.size() + strlen(function) + text.size() + 9);
+  // Joined as a plain string, straight into the batch when one is open: a
+  // session writes a few lines per result, and a stream's set-up costs more
+  // than the rest of the line.
+  std::string single;
+  std::string& line = batchOpen ? heldLines : single;
+  const size_t start = line.size();
+  appendTimestamp(line, 0);
   line.append(": [").append(uid).append(" - ").append(function).append("]: ");
   line.append(text).append("\n");
-  writeLine(line.c_str());
+  // A line is handed over as a C text: a zero byte in it ends it there.
+  const size_t zero = line.find('\0', start);
+  if (zero != std::string::npos) line.resize(zero);
+  if (!batchOpen) getLog()->write(line.c_str());
 }
 
 void bkLogErrorLine(const char* file, int lineNumber, const char* function,
@@ -171,5 +256,9 @@ void bkLogErrorLine(const char* file, int lineNumber, const char* function,
   std::stringstream line;
   line << Util_makeTimestamp(0) << ": " << file << "(" << lineNumber << ") " << function
        << ": ERROR: " << text << "\n";
-  writeLine(line.str().c_str());
+  if (batchOpen) {
+    heldLines.append(line.str().c_str());
+  } else {
+    getLog()->write(line.str().c_str());
+  }
 }

@@ -23,6 +23,8 @@ static long readIntegerSetting(const char* key, long fallback) {
 }
 
 void Util_rotateLog(std::string path) {
+  // Held lines belong to the copy about to be made, not to the emptied log.
+  bkLogFlush();
   if (!Util_fileExists(path.c_str())) return;
   long limit = readIntegerSetting("ROTATE_OTTER_LOG_SIZE_OF", kDefaultRotateSize);
   MutexGuard guard(&mutex_lock_rotate);

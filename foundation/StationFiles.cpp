@@ -32,6 +32,7 @@ void CBKJsonStationFile::refresh() {
   if (!parseStrictJson(joined, root, problem)) {
     std::cout << texts_.parseFailed << problem.describe() << std::endl;
   }
+  generation_.fetch_add(1, std::memory_order_release);
 }
 
 bool CBKJsonStationFile::findValueFor(const std::string& section, const std::string& key,
@@ -124,6 +125,13 @@ bool readStationInt64(const Json::Value& value, Json::Int64& out) {
   return false;
 }
 
-CBKKSInfo* getKSInfo() { return CBKKSInfo::init(std::string(vaultStationConfigPath) + ksinfo); }
+// The objects are made by the first call; later calls skip building the path.
+CBKKSInfo* getKSInfo() {
+  static CBKKSInfo* const info = CBKKSInfo::init(std::string(vaultStationConfigPath) + ksinfo);
+  return info;
+}
 
-CBKSHCheck* getSHCheck() { return CBKSHCheck::init(stationHealthCheckFilePath); }
+CBKSHCheck* getSHCheck() {
+  static CBKSHCheck* const health = CBKSHCheck::init(stationHealthCheckFilePath);
+  return health;
+}

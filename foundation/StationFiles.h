@@ -6,6 +6,7 @@
 #include <json/json.h>
 #include <time.h>
 
+#include <atomic>
 #include <map>
 #include <string>
 
@@ -38,6 +39,9 @@ class CBKJsonStationFile {
   std::string getTextFor(const std::string& section, const std::string& key);
   // The whole text that the values in use were parsed from.
   std::string getText();
+  // Changes whenever refresh has parsed the file again: a value read while
+  // this stayed the same is still the file's value.  Read it before the value.
+  unsigned generation() const { return generation_.load(std::memory_order_acquire); }
 
  protected:
   CBKJsonStationFile(const std::string& path, const Texts& texts);
@@ -47,6 +51,7 @@ class CBKJsonStationFile {
   Texts texts_;
   Json::Value root;
   std::string text_;
+  std::atomic<unsigned> generation_{0};
 };
 
 class CBKKSInfo : public CBKJsonStationFile {

@@ -48,10 +48,31 @@ void bkLogEscapedException(const char* name);
 // work did not happen.
 void bkFailForException(CBKReply* reply, const char* name);
 
+// What a call leaves of the log's held lines when it returns.
+// The calls a station makes once per result (the test records, the replies,
+// BK_addResult) leave them held; every other call writes them, so that the
+// log is complete whenever the station is outside that loop.
+enum class BKLogAtExit { Write, Hold };
+
+class BKLogWriteOnExit {
+ public:
+  explicit BKLogWriteOnExit(BKLogAtExit atExit) : write_(atExit == BKLogAtExit::Write) {}
+  ~BKLogWriteOnExit() {
+    if (write_) bkLogFlush();
+  }
+  BKLogWriteOnExit(const BKLogWriteOnExit&) = delete;
+  BKLogWriteOnExit& operator=(const BKLogWriteOnExit&) = delete;
+
+ private:
+  bool write_;
+};
+
 // Runs `work`; an exception it lets out is logged and answered by
 // `onException()`.
 template <typename Work, typename OnException>
-auto bkGuardWith(const char* name, Work&& work, OnException&& onException) -> decltype(work()) {
+auto bkGuardWith(const char* name, Work&& work, OnException&& onException,
+                 BKLogAtExit atExit = BKLogAtExit::Write) -> decltype(work()) {
+  BKLogWriteOnExit logAtExit(atExit);
   try {
     return work();
   } catch (...) {
@@ -69,36 +90,46 @@ auto bkGuardWith(const char* name, Work&& work, OnException&& onException) -> de
 
 // For the entry points that answer with a new reply.
 template <typename Work>
-BKReplyHandle bkGuard(const char* name, Work&& work) {
-  return bkGuardWith(name, work, [name]() -> BKReplyHandle {
-    CBKReply* reply = new (std::nothrow) CBKReply();
-    if (reply != nullptr) bkFailForException(reply, name);
-    return reply;
-  });
+BKReplyHandle bkGuard(const char* name, Work&& work, BKLogAtExit atExit = BKLogAtExit::Write) {
+  return bkGuardWith(
+      name, work,
+      [name]() -> BKReplyHandle {
+        CBKReply* reply = new (std::nothrow) CBKReply();
+        if (reply != nullptr) bkFailForException(reply, name);
+        return reply;
+      },
+      atExit);
 }
 
 // For the entry points that answer bool: false, and their reply argument,
 // if it is a live reply, carries the failure.
 template <typename Work>
-bool bkGuard(const char* name, BKReplyHandle reply, Work&& work) {
-  return bkGuardWith(name, work, [name, reply]() {
-    if (bkHandleLive(reply, BKHandleKind::Reply)) {
-      bkFailForException(static_cast<CBKReply*>(reply), name);
-    }
-    return false;
-  });
+bool bkGuard(const char* name, BKReplyHandle reply, Work&& work,
+             BKLogAtExit atExit = BKLogAtExit::Write) {
+  return bkGuardWith(
+      name, work,
+      [name, reply]() {
+        if (bkHandleLive(reply, BKHandleKind::Reply)) {
+          bkFailForException(static_cast<CBKReply*>(reply), name);
+        }
+        return false;
+      },
+      atExit);
 }
 
 // For the rest: `fallback` is the answer after an exception.
 template <typename Result, typename Work>
-Result bkGuardValue(const char* name, Result fallback, Work&& work) {
-  return bkGuardWith(name, work, [fallback]() { return fallback; });
+Result bkGuardValue(const char* name, Result fallback, Work&& work,
+                    BKLogAtExit atExit = BKLogAtExit::Write) {
+  return bkGuardWith(
+      name, work, [fallback]() { return fallback; }, atExit);
 }
 
 // For the entry points without a result.
 template <typename Work>
-void bkGuardVoid(const char* name, Work&& work) {
-  bkGuardWith(name, work, []() {});
+void bkGuardVoid(const char* name, Work&& work, BKLogAtExit atExit = BKLogAtExit::Write) {
+  bkGuardWith(
+      name, work, []() {}, atExit);
 }
 
 inline UUTHandle bkLiveSession(UUTHandle handle) { return bkLive(handle, BKHandleKind::Session); }

@@ -60,47 +60,62 @@ void BK_reply_destroy(BKReplyHandle reply) { delete static_cast<CBKReply*>(reply
 
 // An unknown reply (freed, never given out, or another kind of handle) is
 // answered like a NULL one.
-const char* BK_getVersion(void) { return unguarded::BK_getVersion(); }
+// Nothing here can throw; like every entry point outside the per-result
+// calls, it writes the log's held lines.
+const char* BK_getVersion(void) {
+  bkLogFlush();
+  return unguarded::BK_getVersion();
+}
 
 bool BK_success(BKReplyHandle reply) {
-  return bkGuard(__func__, reply, [&] { return unguarded::BK_success(bkLiveReply(reply)); });
+  return bkGuard(
+      __func__, reply, [&] { return unguarded::BK_success(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 unsigned BK_reply_getClass(BKReplyHandle reply) {
-  return bkGuardValue(__func__, 0u,
-                      [&] { return unguarded::BK_reply_getClass(bkLiveReply(reply)); });
+  return bkGuardValue(
+      __func__, 0u, [&] { return unguarded::BK_reply_getClass(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_reply_isOfClass(BKReplyHandle reply, unsigned msgClass) {
-  return bkGuardValue(__func__, false,
-                      [&] { return unguarded::BK_reply_isOfClass(bkLiveReply(reply), msgClass); });
+  return bkGuardValue(
+      __func__, false, [&] { return unguarded::BK_reply_isOfClass(bkLiveReply(reply), msgClass); },
+      BKLogAtExit::Hold);
 }
 
 unsigned BK_reply_getMessageID(BKReplyHandle reply) {
-  return bkGuardValue(__func__, 0xffffffffu,
-                      [&] { return unguarded::BK_reply_getMessageID(bkLiveReply(reply)); });
+  return bkGuardValue(
+      __func__, 0xffffffffu, [&] { return unguarded::BK_reply_getMessageID(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 const char* BK_reply_getError(BKReplyHandle reply) {
   return bkGuardValue<const char*>(
-      __func__, "", [&] { return unguarded::BK_reply_getError(bkLiveReply(reply)); });
+      __func__, "", [&] { return unguarded::BK_reply_getError(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 const char* BK_reply_getJsonData(BKReplyHandle reply) {
   return bkGuardValue<const char*>(
-      __func__, "", [&] { return unguarded::BK_reply_getJsonData(bkLiveReply(reply)); });
+      __func__, "", [&] { return unguarded::BK_reply_getJsonData(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 uint32_t BK_reply_getStatus(BKReplyHandle reply) {
-  return bkGuardValue<uint32_t>(__func__, 0u,
-                                [&] { return unguarded::BK_reply_getStatus(bkLiveReply(reply)); });
+  return bkGuardValue<uint32_t>(
+      __func__, 0u, [&] { return unguarded::BK_reply_getStatus(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 const char* BK_reply_getText(BKReplyHandle reply) {
-  return bkGuardValue<const char*>(__func__, "",
-                                   [&] { return unguarded::BK_reply_getText(bkLiveReply(reply)); });
+  return bkGuardValue<const char*>(
+      __func__, "", [&] { return unguarded::BK_reply_getText(bkLiveReply(reply)); },
+      BKLogAtExit::Hold);
 }
 
 void BK_reply_destroy(BKReplyHandle reply) {
-  bkGuardVoid(__func__, [&] { unguarded::BK_reply_destroy(bkLiveReply(reply)); });
+  bkGuardVoid(
+      __func__, [&] { unguarded::BK_reply_destroy(bkLiveReply(reply)); }, BKLogAtExit::Hold);
 }

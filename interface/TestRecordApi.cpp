@@ -150,78 +150,100 @@ testResultHandle liveResult(testResultHandle result) {
 }  // namespace
 
 testSpecHandle BK_testSpec_create(void) {
-  return bkGuardValue<testSpecHandle>(__func__, nullptr,
-                                      [] { return unguarded::BK_testSpec_create(); });
+  return bkGuardValue<testSpecHandle>(
+      __func__, nullptr, [] { return unguarded::BK_testSpec_create(); }, BKLogAtExit::Hold);
 }
 
 void BK_testSpec_destroy(testSpecHandle spec) {
-  bkGuardVoid(__func__, [&] { unguarded::BK_testSpec_destroy(liveSpec(spec)); });
+  bkGuardVoid(
+      __func__, [&] { unguarded::BK_testSpec_destroy(liveSpec(spec)); }, BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setTestName(testSpecHandle spec, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_testSpec_setTestName(liveSpec(spec), text, length); });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testSpec_setTestName(liveSpec(spec), text, length); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setSubTestName(testSpecHandle spec, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr, [&] {
-    return unguarded::BK_testSpec_setSubTestName(liveSpec(spec), text, length);
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testSpec_setSubTestName(liveSpec(spec), text, length); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setSubSubTestName(testSpecHandle spec, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr, [&] {
-    return unguarded::BK_testSpec_setSubSubTestName(liveSpec(spec), text, length);
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testSpec_setSubSubTestName(liveSpec(spec), text, length); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setUnits(testSpecHandle spec, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_testSpec_setUnits(liveSpec(spec), text, length); });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testSpec_setUnits(liveSpec(spec), text, length); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setLimits(testSpecHandle spec, const char* lower, size_t lowerLength,
                            const char* upper, size_t upperLength) {
-  return bkGuard(__func__, nullptr, [&] {
-    return unguarded::BK_testSpec_setLimits(liveSpec(spec), lower, lowerLength, upper, upperLength);
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&] {
+        return unguarded::BK_testSpec_setLimits(liveSpec(spec), lower, lowerLength, upper,
+                                                upperLength);
+      },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setPriority(testSpecHandle spec, enum BK_TRAX_PRIORITY priority) {
-  return bkGuard(__func__, nullptr, [&, raw = static_cast<int>(priority)] {
-    return unguarded::BK_testSpec_setPriority(liveSpec(spec), static_cast<BK_TRAX_PRIORITY>(raw));
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&, raw = static_cast<int>(priority)] {
+        return unguarded::BK_testSpec_setPriority(liveSpec(spec),
+                                                  static_cast<BK_TRAX_PRIORITY>(raw));
+      },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testSpec_setAsNonTestItem(testSpecHandle spec) {
-  return bkGuard(__func__, nullptr,
-                 [&] { return unguarded::BK_testSpec_setAsNonTestItem(liveSpec(spec)); });
+  return bkGuard(
+      __func__, nullptr, [&] { return unguarded::BK_testSpec_setAsNonTestItem(liveSpec(spec)); },
+      BKLogAtExit::Hold);
 }
 
 testResultHandle BK_testResult_create(void) {
-  return bkGuardValue<testResultHandle>(__func__, nullptr,
-                                        [] { return unguarded::BK_testResult_create(); });
+  return bkGuardValue<testResultHandle>(
+      __func__, nullptr, [] { return unguarded::BK_testResult_create(); }, BKLogAtExit::Hold);
 }
 
 void BK_testResult_destroy(testResultHandle result) {
-  bkGuardVoid(__func__, [&] { unguarded::BK_testResult_destroy(liveResult(result)); });
+  bkGuardVoid(
+      __func__, [&] { unguarded::BK_testResult_destroy(liveResult(result)); }, BKLogAtExit::Hold);
 }
 
 bool BK_testResult_setResult(testResultHandle result, enum BK_PASSFAILRESULT verdict) {
-  return bkGuard(__func__, nullptr, [&, raw = static_cast<int>(verdict)] {
-    return unguarded::BK_testResult_setResult(liveResult(result),
-                                              static_cast<BK_PASSFAILRESULT>(raw));
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&, raw = static_cast<int>(verdict)] {
+        return unguarded::BK_testResult_setResult(liveResult(result),
+                                                  static_cast<BK_PASSFAILRESULT>(raw));
+      },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testResult_setValue(testResultHandle result, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr, [&] {
-    return unguarded::BK_testResult_setValue(liveResult(result), text, length);
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testResult_setValue(liveResult(result), text, length); },
+      BKLogAtExit::Hold);
 }
 
 bool BK_testResult_setMessage(testResultHandle result, const char* text, size_t length) {
-  return bkGuard(__func__, nullptr, [&] {
-    return unguarded::BK_testResult_setMessage(liveResult(result), text, length);
-  });
+  return bkGuard(
+      __func__, nullptr,
+      [&] { return unguarded::BK_testResult_setMessage(liveResult(result), text, length); },
+      BKLogAtExit::Hold);
 }

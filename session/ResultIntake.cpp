@@ -63,50 +63,48 @@ std::string formProblem(const CBKTestSpec& spec, const CBKTestResult& result) {
 namespace intake {
 
 CBKReply* BK_addResult(CUUT* uut, const CBKTestSpec& testSpec, const CBKTestResult& testResult) {
-  // A result logs three lines or more: one write for all of them.
-  BKLogBatch logBatch;
-  CBKReply* reply = new CBKReply();
+  // A result logs three lines or more: gathered, and held with the log's
+  // other held lines, since stations send results by the thousand.
+  BKLogBatch logBatch(BKLogDelivery::Hold);
   const void* handle = uut;
   // Logged without a string stream: this runs once per result, tens of
   // thousands of times in a session.
   bkLogSessionLine(uut->UID, __FUNCTION__, "Entering BK_addResult");
 
-  // A refusal ends the call without an exit line.
+  // A refusal ends the call without an exit line.  Its reply is made only
+  // then: an accepted result answers with the record's own reply.
+  CBKReply* refusal = nullptr;
   std::string problem = formProblem(testSpec, testResult);
   if (!problem.empty()) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT, problem);
-    return reply;
-  }
-  if (!uut->isUIDValid()) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIT_ID_INVALID,
+    refusal = new CBKReply();
+    BK_FAIL_REPLY(refusal, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_INVALID_DATA_FORMAT, problem);
+  } else if (!uut->isUIDValid()) {
+    refusal = new CBKReply();
+    BK_FAIL_REPLY(refusal, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_UNIT_ID_INVALID,
                   "UID @ " + pointerText(handle) + " invalid.");
-    return reply;
-  }
-  if (!uut->canAcceptResults()) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
+  } else if (!uut->canAcceptResults()) {
+    refusal = new CBKReply();
+    BK_FAIL_REPLY(refusal, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
                   "UID " + pointerText(handle) +
                       " is already Done() or is invalid.  No results may be added.");
-    return reply;
-  }
-  if (testResult.getResult() == BK_FAIL && testResult.getMessageLength() == 0) {
-    BK_FAIL_REPLY(reply, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
+  } else if (testResult.getResult() == BK_FAIL && testResult.getMessageLength() == 0) {
+    refusal = new CBKReply();
+    BK_FAIL_REPLY(refusal, BK_MSG_CLASS_API_ERROR, BK_MSG_ERROR_API_SYNTAX,
                   "a fail message is required to be set for an BK_FAIL result.");
-    return reply;
   }
+  if (refusal != nullptr) return refusal;
 
   CBKReply* created = uut->createResult(const_cast<CBKTestSpec*>(&testSpec),
                                         const_cast<CBKTestResult*>(&testResult));
-  if (!created->succeeded()) {
-    delete reply;
-    bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
-    return created;
+  if (created->succeeded() && created->hasData()) {
+    // Any text of the intake (a result held back by the priority filter, a
+    // verdict that is no verdict) is dropped from a successful answer.
+    delete created;
+    created = new CBKReply();
   }
-  // Any text of the intake (a result held back by the priority filter, a
-  // verdict that is no verdict) is dropped from a successful answer.
-  delete created;
-  reply->setStatus(kResultPassStatus);
+  if (created->succeeded()) created->setStatus(kResultPassStatus);
   bkLogSessionLine(uut->UID, __FUNCTION__, "Exiting BK_addResult");
-  return reply;
+  return created;
 }
 
 }  // namespace intake

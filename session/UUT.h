@@ -160,6 +160,11 @@ class CUUT {
   // Set while the session records a failure of its own (createDummyFailTest):
   // that record is never refused by the count limit.
   bool recordingOwnFailure = false;
+  // The station's result limit as last read, and the station info file's
+  // generation it was read at (see CBKJsonStationFile::generation).
+  bool maxTestsKnown = false;
+  unsigned maxTestsGeneration = 0;
+  int maxTests = 0;
   // Keys of the parametric results already in the document, for the
   // duplicate test.
   std::map<std::string, double> parametricKeys;

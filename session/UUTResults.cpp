@@ -64,8 +64,17 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
     return reply;
   }
 
-  Json::Value configured = getKSInfo()->getValueFor(kSection, kMaxTestsKey);
-  int limit = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
+  // The limit is read again only when the station info file was: any
+  // session's start re-reads it for all of them.
+  CBKKSInfo* info = getKSInfo();
+  const unsigned generation = info->generation();
+  if (!maxTestsKnown || generation != maxTestsGeneration) {
+    Json::Value configured = info->getValueFor(kSection, kMaxTestsKey);
+    maxTests = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
+    maxTestsGeneration = generation;
+    maxTestsKnown = true;
+  }
+  const int limit = maxTests;
   uint32_t total = testPasses + testFailures + testNAs;
   // The session's own failure record is exempt too: a unit at its limit must
   // not lose the failure that decides its verdict.
