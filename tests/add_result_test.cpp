@@ -83,7 +83,7 @@ class AddResultTest : public SessionTest {
     BK_testResult_setMessage(result, test.message.c_str(), test.message.size());
     CBKReply* reply = static_cast<CBKReply*>(BK_addResult(uut_, spec, result));
     Outcome answer{BK_success(reply), BK_reply_getMessageID(reply), reply->getStatus(),
-                  reply->hasData() ? reply->getData() : ""};
+                   reply->hasData() ? reply->getData() : ""};
     BK_reply_destroy(reply);
     BK_testSpec_destroy(spec);
     BK_testResult_destroy(result);
