@@ -41,6 +41,7 @@ class CBKJsonStationFile {
   std::string getText();
   // Changes whenever refresh has parsed the file again: a value read while
   // this stayed the same is still the file's value.  Read it before the value.
+  // Starts at 1, so a reader may keep 0 for "not read yet".
   unsigned generation() const { return generation_.load(std::memory_order_acquire); }
 
  protected:
@@ -51,7 +52,7 @@ class CBKJsonStationFile {
   Texts texts_;
   Json::Value root;
   std::string text_;
-  std::atomic<unsigned> generation_{0};
+  std::atomic<unsigned> generation_{1};
 };
 
 class CBKKSInfo : public CBKJsonStationFile {

@@ -161,8 +161,8 @@ class CUUT {
   // that record is never refused by the count limit.
   bool recordingOwnFailure = false;
   // The station's result limit as last read, and the station info file's
-  // generation it was read at (see CBKJsonStationFile::generation).
-  bool maxTestsKnown = false;
+  // generation it was read at (see CBKJsonStationFile::generation); 0 until
+  // the first result.
   unsigned maxTestsGeneration = 0;
   int maxTests = 0;
   // Keys of the parametric results already in the document, for the

@@ -68,11 +68,10 @@ CBKReply* CUUT::createResult(void* spec, void* result) {
   // session's start re-reads it for all of them.
   CBKKSInfo* info = getKSInfo();
   const unsigned generation = info->generation();
-  if (!maxTestsKnown || generation != maxTestsGeneration) {
+  if (generation != maxTestsGeneration) {
     Json::Value configured = info->getValueFor(kSection, kMaxTestsKey);
     maxTests = configured.isInt() ? configured.asInt() : kDefaultMaxTests;
     maxTestsGeneration = generation;
-    maxTestsKnown = true;
   }
   const int limit = maxTests;
   uint32_t total = testPasses + testFailures + testNAs;
